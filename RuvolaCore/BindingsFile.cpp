@@ -1,0 +1,210 @@
+#include "BindingsFile.hpp"
+
+#include "BindingsReader.hpp"
+#include "Overloaded.hpp"
+#include "Unicode.hpp"
+#include "Url.hpp"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace ruvola {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::string_view invalidJSON = "bindings.json isn't valid JSON";
+constexpr std::string_view noBindingsList = "bindings.json has no \"bindings\" list";
+constexpr std::string_view boundTwice = ": bound twice; the first one wins";
+
+// Deeper documents are refused before parsing so that hostile input can't exhaust the stack or
+// memory; no real bindings file comes near it.
+constexpr int maximumNesting = 512;
+
+bool nestsTooDeeply(std::string_view bytes) {
+    int depth = 0;
+    bool inString = false;
+    bool escaped = false;
+    for (char c : bytes) {
+        if (inString) {
+            if (escaped) {
+                escaped = false;
+            } else if (c == '\\') {
+                escaped = true;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > maximumNesting) {
+                return true;
+            }
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
+BindingsFile documentProblem(std::string_view problem) {
+    return BindingsFile{{}, {std::string(problem)}, {}};
+}
+
+bool clashes(const PadBinding& earlier, const PadBinding& later) {
+    if (earlier.control != later.control || earlier.apps.empty() != later.apps.empty()) {
+        return false;
+    }
+    if (earlier.apps.empty()) {
+        return true;
+    }
+    return std::any_of(later.apps.begin(), later.apps.end(), [&](const std::string& app) {
+        return std::find(earlier.apps.begin(), earlier.apps.end(), app) != earlier.apps.end();
+    });
+}
+
+} // namespace
+
+BindingsFile BindingsFile::parse(std::string_view bytes) {
+    if (nestsTooDeeply(bytes)) {
+        return documentProblem(invalidJSON);
+    }
+    json document;
+    try {
+        document = json::parse(bytes, nullptr, false);
+    } catch (const std::exception&) {
+        return documentProblem(invalidJSON);
+    }
+    if (document.is_discarded() || !document.is_object()) {
+        return documentProblem(invalidJSON);
+    }
+    const auto list = document.find("bindings");
+    if (list == document.end() || !list->is_array() ||
+        !std::all_of(list->begin(), list->end(), [](const json& entry) { return entry.is_object(); })) {
+        return documentProblem(noBindingsList);
+    }
+
+    BindingsFile file;
+    if (const auto settings = document.find("settings");
+        settings != document.end() && settings->is_object()) {
+        file.settings = bindingsReader::settings(*settings, file.problems);
+    }
+    std::size_t position = 0;
+    for (const json& entry : *list) {
+        ++position;
+        if (const auto enabled = entry.find("enabled");
+            enabled != entry.end() && enabled->is_boolean() && !enabled->get<bool>()) {
+            continue;
+        }
+        const auto control = entry.find("control");
+        const std::string label = control != entry.end() && control->is_string()
+                                      ? control->get<std::string>()
+                                      : "entry " + std::to_string(position);
+        try {
+            PadBinding binding = bindingsReader::binding(entry);
+            const bool duplicate =
+                std::any_of(file.bindings.begin(), file.bindings.end(),
+                            [&](const PadBinding& earlier) { return clashes(earlier, binding); });
+            if (duplicate) {
+                file.problems.push_back(label + std::string(boundTwice));
+            } else {
+                file.bindings.push_back(std::move(binding));
+            }
+        } catch (const bindingsReader::BindingProblem& problem) {
+            file.problems.push_back(label + ": " + problem.message);
+        } catch (const std::exception& error) {
+            file.problems.push_back(label + ": " + error.what());
+        }
+    }
+    return file;
+}
+
+const BindingsFile& BindingsFile::defaults() {
+    static const BindingsFile file{
+        {PadBinding{PadControl::knob(Knob::middle), "Volume", {}, PadAction::system(SystemKey::mute),
+                    PadAction::system(SystemKey::volumedown),
+                    PadAction::system(SystemKey::volumeup)}},
+        {},
+        {},
+    };
+    return file;
+}
+
+const PadBinding* BindingsFile::binding(const PadControl& control,
+                                        std::span<const std::string> frontmost) const {
+    std::unordered_set<std::string> inFront;
+    for (const std::string& identifier : frontmost) {
+        inFront.insert(unicode::lowercased(identifier));
+    }
+    const PadBinding* plain = nullptr;
+    for (const PadBinding& candidate : bindings) {
+        if (candidate.control != control) {
+            continue;
+        }
+        if (candidate.apps.empty()) {
+            plain = plain != nullptr ? plain : &candidate;
+        } else if (std::any_of(candidate.apps.begin(), candidate.apps.end(),
+                               [&](const std::string& app) { return inFront.contains(app); })) {
+            return &candidate;
+        }
+    }
+    return plain;
+}
+
+const std::optional<PadAction>& PadBinding::action(const PadInput& input) const {
+    static const std::optional<PadAction> none;
+    return std::visit(Overloaded{
+                          [&](const PadInput::Key& key) -> const auto& {
+                              return key.pressed ? press : none;
+                          },
+                          [&](const PadInput::Button& button) -> const auto& {
+                              return button.pressed ? press : none;
+                          },
+                          [&](const PadInput::KnobPress& knobPress) -> const auto& {
+                              return knobPress.pressed ? press : none;
+                          },
+                          [&](const PadInput::KnobTurn& turn) -> const auto& {
+                              return turn.delta < 1 ? turnLeft : turnRight;
+                          },
+                      },
+                      input.event);
+}
+
+Result<HTTPRequest, RequestProblem> BindingsFile::request(const PadAction& action,
+                                                         std::string_view title) const {
+    const auto problem = [](std::string_view text) { return RequestProblem{std::string(text)}; };
+    if (const auto* http = action.as<PadAction::Http>()) {
+        return http->request;
+    }
+    if (const auto* roku = action.as<PadAction::Roku>()) {
+        if (settings.roku.empty()) {
+            return problem("no Roku address in the settings");
+        }
+        const std::string port = settings.roku.find(':') == std::string::npos ? ":8060" : "";
+        const bool isKey = roku->command.kind == RokuCommand::Kind::key;
+        std::string address = "http://" + settings.roku + port + "/" +
+                              (isKey ? "keypress/" : "launch/") + roku->command.value;
+        if (!url::parses(address)) {
+            return problem("the Roku address isn't usable");
+        }
+        return HTTPRequest{std::move(address), "POST"};
+    }
+    if (const auto* homeAssistant = action.as<PadAction::HomeAssistant>()) {
+        constexpr std::string_view noAddress = "no Home Assistant address in the settings";
+        std::string address = settings.homeAssistant + "/api/webhook/" + homeAssistant->webhookID;
+        if (settings.homeAssistant.empty() || !url::parses(address)) {
+            return problem(noAddress);
+        }
+        return HTTPRequest{std::move(address), "POST"};
+    }
+    if (const auto* ntfy = action.as<PadAction::Ntfy>()) {
+        std::string address = std::string(ntfyBaseURL) + settings.ntfy;
+        if (settings.ntfy.empty() || !url::parses(address)) {
+            return problem("no ntfy topic in the settings");
+        }
+        return HTTPRequest{std::move(address), "POST", ntfy->message, {{"Title", std::string(title)}}};
+    }
+    return problem("isn't a web request");
+}
+
+} // namespace ruvola
