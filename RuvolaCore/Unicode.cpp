@@ -8,61 +8,71 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
-bool inRange(char32_t c, char32_t first, char32_t last) { return c >= first && c <= last; }
+bool inRange(char32_t c, char32_t first, char32_t last) {
+    return c >= first && c <= last;
+}
 
 // Characters that stay with the character before them.
 bool extendsPrevious(char32_t c) {
     return inRange(c, 0x0300, 0x036F) || inRange(c, 0x0483, 0x0489) || inRange(c, 0x0591, 0x05BD) ||
            inRange(c, 0x0610, 0x061A) || inRange(c, 0x064B, 0x065F) || c == 0x0670 ||
            inRange(c, 0x06D6, 0x06DC) || inRange(c, 0x06DF, 0x06E4) || inRange(c, 0x0900, 0x0903) ||
-           inRange(c, 0x093A, 0x094F) || inRange(c, 0x0951, 0x0957) || inRange(c, 0x0962, 0x0963) ||
-           inRange(c, 0x1AB0, 0x1AFF) || inRange(c, 0x1DC0, 0x1DFF) || c == 0x200C ||
-           inRange(c, 0x20D0, 0x20FF) || inRange(c, 0x302A, 0x302F) || inRange(c, 0x3099, 0x309A) ||
-           inRange(c, 0xFE00, 0xFE0F) || inRange(c, 0xFE20, 0xFE2F) ||
+           inRange(c, 0x093A, 0x093C) || inRange(c, 0x093E, 0x094F) || inRange(c, 0x0951, 0x0957) ||
+           inRange(c, 0x0962, 0x0963) || inRange(c, 0x1AB0, 0x1AFF) || inRange(c, 0x1DC0, 0x1DFF) ||
+           c == 0x200C || inRange(c, 0x20D0, 0x20FF) || inRange(c, 0x302A, 0x302F) ||
+           inRange(c, 0x3099, 0x309A) || inRange(c, 0xFE00, 0xFE0F) || inRange(c, 0xFE20, 0xFE2F) ||
            inRange(c, 0x1F3FB, 0x1F3FF) || inRange(c, 0xE0020, 0xE007F) ||
            inRange(c, 0xE0100, 0xE01EF);
 }
 
 constexpr char32_t zeroWidthJoiner = 0x200D;
 
-bool isRegionalIndicator(char32_t c) { return inRange(c, 0x1F1E6, 0x1F1FF); }
+bool isRegionalIndicator(char32_t c) {
+    return inRange(c, 0x1F1E6, 0x1F1FF);
+}
+
+} // namespace
+
+namespace {
+
+// Decodes the code point at `position` and moves past it; a bad byte decodes as U+FFFD.
+char32_t decodeNext(std::string_view utf8, std::size_t& position) {
+    const auto lead = static_cast<std::uint8_t>(utf8[position]);
+    if (lead < 0x80) {
+        ++position;
+        return lead;
+    }
+    std::size_t length = 0;
+    char32_t value = 0;
+    char32_t minimum = 0;
+    if ((lead & 0xE0) == 0xC0) {
+        length = 2, value = lead & 0x1Fu, minimum = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+        length = 3, value = lead & 0x0Fu, minimum = 0x800;
+    } else if ((lead & 0xF8) == 0xF0) {
+        length = 4, value = lead & 0x07u, minimum = 0x10000;
+    }
+    bool valid = length != 0 && position + length <= utf8.size();
+    for (std::size_t k = 1; valid && k < length; ++k) {
+        const auto next = static_cast<std::uint8_t>(utf8[position + k]);
+        valid = (next & 0xC0) == 0x80;
+        value = (value << 6) | (next & 0x3Fu);
+    }
+    if (valid && value >= minimum && value <= 0x10FFFF && !inRange(value, 0xD800, 0xDFFF)) {
+        position += length;
+        return value;
+    }
+    ++position;
+    return replacement;
+}
 
 } // namespace
 
 std::u32string decode(std::string_view utf8) {
     std::u32string out;
     out.reserve(utf8.size());
-    std::size_t i = 0;
-    while (i < utf8.size()) {
-        const auto lead = static_cast<std::uint8_t>(utf8[i]);
-        if (lead < 0x80) {
-            out.push_back(lead);
-            ++i;
-            continue;
-        }
-        std::size_t length = 0;
-        char32_t value = 0;
-        char32_t minimum = 0;
-        if ((lead & 0xE0) == 0xC0) {
-            length = 2, value = lead & 0x1Fu, minimum = 0x80;
-        } else if ((lead & 0xF0) == 0xE0) {
-            length = 3, value = lead & 0x0Fu, minimum = 0x800;
-        } else if ((lead & 0xF8) == 0xF0) {
-            length = 4, value = lead & 0x07u, minimum = 0x10000;
-        }
-        bool valid = length != 0 && i + length <= utf8.size();
-        for (std::size_t k = 1; valid && k < length; ++k) {
-            const auto next = static_cast<std::uint8_t>(utf8[i + k]);
-            valid = (next & 0xC0) == 0x80;
-            value = (value << 6) | (next & 0x3Fu);
-        }
-        if (valid && value >= minimum && value <= 0x10FFFF && !inRange(value, 0xD800, 0xDFFF)) {
-            out.push_back(value);
-            i += length;
-        } else {
-            out.push_back(replacement);
-            ++i;
-        }
+    for (std::size_t position = 0; position < utf8.size();) {
+        out.push_back(decodeNext(utf8, position));
     }
     return out;
 }
@@ -178,8 +188,8 @@ std::vector<std::string> graphemes(std::string_view utf8) {
     std::u32string current;
     bool joinNext = false;
     for (char32_t c : text) {
-        bool startsNew = !current.empty() && !joinNext && !extendsPrevious(c) &&
-                         c != zeroWidthJoiner;
+        bool startsNew =
+            !current.empty() && !joinNext && !extendsPrevious(c) && c != zeroWidthJoiner;
         if (startsNew && c == U'\n' && current == U"\r") {
             startsNew = false;
         }
@@ -212,21 +222,19 @@ bool isWhitespaceOrNewline(char32_t c) {
 
 namespace {
 
+// Keeps the original bytes between the first and the last character that is not a space.
 template <typename Predicate>
 std::string trimmed(std::string_view utf8, Predicate isSpace) {
-    const std::u32string text = decode(utf8);
-    std::size_t first = 0;
-    std::size_t last = text.size();
-    while (first < last && isSpace(text[first])) {
-        ++first;
+    std::size_t first = utf8.size();
+    std::size_t last = 0;
+    for (std::size_t position = 0; position < utf8.size();) {
+        const std::size_t start = position;
+        if (!isSpace(decodeNext(utf8, position))) {
+            first = std::min(first, start);
+            last = position;
+        }
     }
-    while (last > first && isSpace(text[last - 1])) {
-        --last;
-    }
-    if (first == 0 && last == text.size()) {
-        return std::string(utf8);
-    }
-    return encode(std::u32string_view(text).substr(first, last - first));
+    return first < last ? std::string(utf8.substr(first, last - first)) : std::string();
 }
 
 } // namespace
