@@ -80,7 +80,8 @@ BindingsFile BindingsFile::parse(std::string_view bytes) {
     }
     const auto list = document.find("bindings");
     if (list == document.end() || !list->is_array() ||
-        !std::all_of(list->begin(), list->end(), [](const json& entry) { return entry.is_object(); })) {
+        !std::all_of(list->begin(), list->end(),
+                     [](const json& entry) { return entry.is_object(); })) {
         return documentProblem(noBindingsList);
     }
 
@@ -121,7 +122,10 @@ BindingsFile BindingsFile::parse(std::string_view bytes) {
 
 const BindingsFile& BindingsFile::defaults() {
     static const BindingsFile file{
-        {PadBinding{PadControl::knob(Knob::middle), "Volume", {}, PadAction::system(SystemKey::mute),
+        {PadBinding{PadControl::knob(Knob::middle),
+                    "Volume",
+                    {},
+                    PadAction::system(SystemKey::mute),
                     PadAction::system(SystemKey::volumedown),
                     PadAction::system(SystemKey::volumeup)}},
         {},
@@ -156,22 +160,24 @@ const std::optional<PadAction>& PadBinding::action(const PadInput& input) const 
     return std::visit(Overloaded{
                           [&](const PadInput::Key& key) -> const auto& {
                               return key.pressed ? press : none;
-                          },
-                          [&](const PadInput::Button& button) -> const auto& {
-                              return button.pressed ? press : none;
-                          },
-                          [&](const PadInput::KnobPress& knobPress) -> const auto& {
-                              return knobPress.pressed ? press : none;
-                          },
-                          [&](const PadInput::KnobTurn& turn) -> const auto& {
-                              return turn.delta < 1 ? turnLeft : turnRight;
-                          },
-                      },
+}
+, [&](const PadInput::Button& button) -> const auto& {
+    return button.pressed ? press : none;
+}
+, [&](const PadInput::KnobPress& knobPress) -> const auto& {
+    return knobPress.pressed ? press : none;
+}
+, [&](const PadInput::KnobTurn& turn) -> const auto& {
+    return turn.delta < 1 ? turnLeft : turnRight;
+}
+,
+} // namespace ruvola
+,
                       input.event);
 }
 
 Result<HTTPRequest, RequestProblem> BindingsFile::request(const PadAction& action,
-                                                         std::string_view title) const {
+                                                          std::string_view title) const {
     const auto problem = [](std::string_view text) { return RequestProblem{std::string(text)}; };
     if (const auto* http = action.as<PadAction::Http>()) {
         return http->request;
@@ -202,7 +208,8 @@ Result<HTTPRequest, RequestProblem> BindingsFile::request(const PadAction& actio
         if (settings.ntfy.empty() || !url::parses(address)) {
             return problem("no ntfy topic in the settings");
         }
-        return HTTPRequest{std::move(address), "POST", ntfy->message, {{"Title", std::string(title)}}};
+        return HTTPRequest{
+            std::move(address), "POST", ntfy->message, {{"Title", std::string(title)}}};
     }
     return problem("isn't a web request");
 }

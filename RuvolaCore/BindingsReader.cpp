@@ -26,7 +26,9 @@ constexpr std::string_view badHttp = "\"http\" needs an http(s) URL, or {\"url\"
 constexpr std::string_view badBrightness = "settings: brightness is 0\u2013100";
 constexpr std::string_view badRotation = "settings: rotation is 0, 90, 180 or 270";
 
-[[noreturn]] void fail(std::string message) { throw BindingProblem{std::move(message)}; }
+[[noreturn]] void fail(std::string message) {
+    throw BindingProblem{std::move(message)};
+}
 
 const json* member(const json& object, std::string_view key) {
     if (!object.is_object()) {
@@ -247,7 +249,8 @@ HTTPRequest httpRequest(const json* value) {
     if (const std::string* body = text(member(*value, "body"))) {
         request.body = *body;
     }
-    if (const json* headers = member(*value, "headers"); headers != nullptr && headers->is_object()) {
+    if (const json* headers = member(*value, "headers");
+        headers != nullptr && headers->is_object()) {
         std::map<std::string, std::string> fields;
         bool allTexts = true;
         for (const auto& [name, field] : headers->items()) {

@@ -6,7 +6,8 @@ namespace ruvola {
 
 std::string_view systemKeys::rawValue(SystemKey key) {
     static constexpr std::array<std::string_view, 8> names{
-        "volumeup", "volumedown", "mute", "playpause", "next", "previous", "brightnessup", "brightnessdown",
+        "volumeup", "volumedown", "mute",         "playpause",
+        "next",     "previous",   "brightnessup", "brightnessdown",
     };
     return names[static_cast<std::size_t>(key)];
 }

@@ -24,8 +24,8 @@ enum class SystemKey : std::uint8_t {
 
 namespace systemKeys {
 inline constexpr std::array<SystemKey, 8> allCases{
-    SystemKey::volumeup,  SystemKey::volumedown, SystemKey::mute,         SystemKey::playpause,
-    SystemKey::next,      SystemKey::previous,   SystemKey::brightnessup, SystemKey::brightnessdown,
+    SystemKey::volumeup, SystemKey::volumedown, SystemKey::mute,         SystemKey::playpause,
+    SystemKey::next,     SystemKey::previous,   SystemKey::brightnessup, SystemKey::brightnessdown,
 };
 std::string_view rawValue(SystemKey key);
 /// Exact, case-sensitive match of one of the eight raw values.
@@ -110,8 +110,8 @@ struct PadAction {
         bool operator==(const Ntfy&) const = default;
     };
 
-    using Value =
-        std::variant<Shell, Open, Keystroke, Text, System, Shortcut, Http, Roku, HomeAssistant, Ntfy>;
+    using Value = std::variant<Shell, Open, Keystroke, Text, System, Shortcut, Http, Roku,
+                               HomeAssistant, Ntfy>;
     Value value;
 
     static PadAction shell(std::string command) { return {Shell{std::move(command)}}; }
@@ -140,7 +140,8 @@ struct PadAction {
 /// The ten keys that select an action in a bindings object, in the order used for detection and
 /// in messages.
 inline constexpr std::array<std::string_view, 10> actionKeys{
-    "shell", "open", "keystroke", "text", "system", "shortcut", "http", "roku", "homeassistant", "ntfy",
+    "shell",    "open", "keystroke", "text",          "system",
+    "shortcut", "http", "roku",      "homeassistant", "ntfy",
 };
 
 } // namespace ruvola

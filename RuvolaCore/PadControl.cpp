@@ -96,10 +96,18 @@ std::optional<PadControl> PadControl::fromConfigName(std::string_view text) {
 }
 
 const std::array<PadControl, 12>& PadControl::all() {
-    static const std::array<PadControl, 12> controls{
-        key(1),    key(2),    key(3),    key(4),
-        key(5),    key(6),    button(1), button(2),
-        button(3), knob(Knob::left), knob(Knob::middle), knob(Knob::right)};
+    static const std::array<PadControl, 12> controls{key(1),
+                                                     key(2),
+                                                     key(3),
+                                                     key(4),
+                                                     key(5),
+                                                     key(6),
+                                                     button(1),
+                                                     button(2),
+                                                     button(3),
+                                                     knob(Knob::left),
+                                                     knob(Knob::middle),
+                                                     knob(Knob::right)};
     return controls;
 }
 

@@ -67,7 +67,8 @@ private:
 template <>
 struct std::hash<ruvola::PadControl> {
     std::size_t operator()(const ruvola::PadControl& control) const noexcept {
-        const auto value = control.isKnob() ? static_cast<int>(control.knobValue()) : control.number();
+        const auto value =
+            control.isKnob() ? static_cast<int>(control.knobValue()) : control.number();
         return (static_cast<std::size_t>(control.kind()) << 8) ^ static_cast<std::size_t>(value);
     }
 };

@@ -17,7 +17,9 @@ std::string PadInput::description() const {
     const auto upOrDown = [](bool pressed) { return pressed ? "down" : "up"; };
     return std::visit(
         Overloaded{
-            [&](const Key& key) { return "Key " + std::to_string(key.number) + " " + upOrDown(key.pressed); },
+            [&](const Key& key) {
+                return "Key " + std::to_string(key.number) + " " + upOrDown(key.pressed);
+            },
             [&](const Button& button) {
                 return "Button " + std::to_string(button.number) + " " + upOrDown(button.pressed);
             },
@@ -25,7 +27,8 @@ std::string PadInput::description() const {
                 return knobs::label(turn.knob) + " knob " + (turn.delta < 1 ? "\u2212" : "+");
             },
             [](const KnobPress& press) {
-                return knobs::label(press.knob) + " knob " + (press.pressed ? "pressed" : "released");
+                return knobs::label(press.knob) + " knob " +
+                       (press.pressed ? "pressed" : "released");
             },
         },
         event);

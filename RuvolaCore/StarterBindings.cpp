@@ -27,7 +27,9 @@ static constexpr std::string_view starter = R"starter({
 }
 )starter";
 
-std::string_view text() { return starter; }
+std::string_view text() {
+    return starter;
+}
 
 const BindingsFile& file() {
     static const BindingsFile parsed = BindingsFile::parse(starter);

@@ -10,8 +10,9 @@ class ParsedUri {
 public:
     explicit ParsedUri(std::string_view text) {
         const char* errorPosition = nullptr;
-        valid_ = !text.empty() && uriParseSingleUriExA(&uri_, text.data(), text.data() + text.size(),
-                                                      &errorPosition) == URI_SUCCESS;
+        valid_ =
+            !text.empty() && uriParseSingleUriExA(&uri_, text.data(), text.data() + text.size(),
+                                                  &errorPosition) == URI_SUCCESS;
     }
     ~ParsedUri() {
         if (valid_) {
@@ -31,7 +32,9 @@ private:
 
 } // namespace
 
-bool parses(std::string_view text) { return ParsedUri(text).valid(); }
+bool parses(std::string_view text) {
+    return ParsedUri(text).valid();
+}
 
 std::optional<std::string> scheme(std::string_view text) {
     const ParsedUri parsed(text);

@@ -10,8 +10,8 @@ namespace ruvola {
 namespace {
 
 std::string withBindings(const std::string& bindings, const std::string& settings = "") {
-    return R"({"bindings": [)" + bindings + "]" + (settings.empty() ? "" : R"(, "settings": )" + settings) +
-           "}";
+    return R"({"bindings": [)" + bindings + "]" +
+           (settings.empty() ? "" : R"(, "settings": )" + settings) + "}";
 }
 
 struct DocumentCase {
@@ -34,7 +34,8 @@ TEST(BindingsFile, CollectsEveryProblemAsASentenceAndKeepsTheRest) {
          {"key 9: isn't a control (key 1\u20136, button 1\u20133, left/middle/right knob)"},
          0},
         {withBindings(R"({"shell": "x"}, {"shell": "y"}, {"control": 3, "shell": "z"})"),
-         {"entry 1: needs a \"control\"", "entry 2: needs a \"control\"", "entry 3: needs a \"control\""},
+         {"entry 1: needs a \"control\"", "entry 2: needs a \"control\"",
+          "entry 3: needs a \"control\""},
          0},
         {withBindings(R"({"control": "key 1", "when": [], "shell": "x"})"),
          {"key 1: \"when\" is an app name or a list of them"},
@@ -78,13 +79,15 @@ TEST(BindingsFile, CollectsEveryProblemAsASentenceAndKeepsTheRest) {
                          {"control": "key 1", "shell": "x", "enabled": true})"),
          {},
          1},
-        {withBindings(R"({"control": "key 1", "shell": "a"})",
-                      R"({"brightness": -1, "rotation": 360, "ntfy": 1, "roku": [], "homeassistant": {}})"),
+        {withBindings(
+             R"({"control": "key 1", "shell": "a"})",
+             R"({"brightness": -1, "rotation": 360, "ntfy": 1, "roku": [], "homeassistant": {}})"),
          {"settings: brightness is 0\u2013100", "settings: rotation is 0, 90, 180 or 270",
           "settings: ntfy isn't usable", "settings: roku isn't usable",
           "settings: homeassistant isn't usable"},
          1},
-        {withBindings(R"({"control": "key 5", "shell": ""})", R"({"brightness": 50.5, "rotation": 45})"),
+        {withBindings(R"({"control": "key 5", "shell": ""})",
+                      R"({"brightness": 50.5, "rotation": 45})"),
          {"settings: brightness is 0\u2013100", "settings: rotation is 0, 90, 180 or 270",
           "key 5: \"shell\" needs a string"},
          0},
@@ -97,7 +100,8 @@ TEST(BindingsFile, CollectsEveryProblemAsASentenceAndKeepsTheRest) {
 }
 
 TEST(BindingsFile, DocumentLevelFailuresIgnoreTheSettings) {
-    const BindingsFile file = BindingsFile::parse(R"({"settings": {"brightness": 10}, "bindings": 3})");
+    const BindingsFile file =
+        BindingsFile::parse(R"({"settings": {"brightness": 10}, "bindings": 3})");
     EXPECT_EQ(file.settings, LayoutSettings{});
 }
 
@@ -106,9 +110,11 @@ TEST(BindingsFile, ReadsSettingsAndTrimsTheHomeAssistantAddress) {
         "", R"({"brightness": 0, "rotation": 270, "ntfy": " topic ", "roku": "tv:9000/",
                "homeassistant": "http://ha.local:8123//", "other": 1})"));
     EXPECT_TRUE(file.problems.empty());
-    EXPECT_EQ(file.settings, (LayoutSettings{0, 270, " topic ", "tv:9000/", "http://ha.local:8123"}));
+    EXPECT_EQ(file.settings,
+              (LayoutSettings{0, 270, " topic ", "tv:9000/", "http://ha.local:8123"}));
 
-    EXPECT_EQ(BindingsFile::parse(withBindings("", R"({"brightness": 100.0})")).settings.brightness, 100);
+    EXPECT_EQ(BindingsFile::parse(withBindings("", R"({"brightness": 100.0})")).settings.brightness,
+              100);
     EXPECT_EQ(BindingsFile::parse(withBindings("", R"({"rotation": 0})")).settings.rotation, 0);
     EXPECT_EQ(BindingsFile::parse(withBindings("", "[1]")).settings, LayoutSettings{});
 }
@@ -182,8 +188,12 @@ TEST(BindingsFile, ChoosesTheWhenBindingOfTheFrontmostApplication) {
 }
 
 TEST(BindingsFile, ChoosesTheActionForEachKindOfInput) {
-    PadBinding knob{PadControl::knob(Knob::left), "Knob", {}, PadAction::shell("press"),
-                    PadAction::shell("left"), PadAction::shell("right")};
+    PadBinding knob{PadControl::knob(Knob::left),
+                    "Knob",
+                    {},
+                    PadAction::shell("press"),
+                    PadAction::shell("left"),
+                    PadAction::shell("right")};
     PadBinding key{PadControl::key(1), "Key", {}, PadAction::shell("press")};
     EXPECT_EQ(key.action(PadInput::key(1, true)), PadAction::shell("press"));
     EXPECT_EQ(key.action(PadInput::key(1, false)), std::nullopt);
@@ -201,9 +211,12 @@ TEST(BindingsFile, DefaultsTurnTheMiddleKnobIntoAVolumeKnob) {
     EXPECT_TRUE(file.problems.empty());
     EXPECT_EQ(file.settings, LayoutSettings{});
     ASSERT_EQ(file.bindings.size(), 1u);
-    EXPECT_EQ(file.bindings[0],
-              (PadBinding{PadControl::knob(Knob::middle), "Volume", {}, PadAction::system(SystemKey::mute),
-                          PadAction::system(SystemKey::volumedown), PadAction::system(SystemKey::volumeup)}));
+    EXPECT_EQ(file.bindings[0], (PadBinding{PadControl::knob(Knob::middle),
+                                            "Volume",
+                                            {},
+                                            PadAction::system(SystemKey::mute),
+                                            PadAction::system(SystemKey::volumedown),
+                                            PadAction::system(SystemKey::volumeup)}));
 }
 
 } // namespace

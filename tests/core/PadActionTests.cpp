@@ -26,10 +26,13 @@ struct ActionCase {
 };
 
 TEST(PadAction, ReadsEachKindAndNamesEveryBadValue) {
-    const std::string roku = "key 1: \"roku\" is a remote key (\"VolumeUp\") or {\"launch\": app ID}";
+    const std::string roku =
+        "key 1: \"roku\" is a remote key (\"VolumeUp\") or {\"launch\": app ID}";
     const std::string http = "key 1: \"http\" needs an http(s) URL, or {\"url\": \u2026}";
     HTTPRequest put{"https://example.com/a?b=1", "PUT"};
-    HTTPRequest post{"http://localhost:8080/hook", "POST", "{\"on\": true}",
+    HTTPRequest post{"http://localhost:8080/hook",
+                     "POST",
+                     "{\"on\": true}",
                      {{"Content-Type", "application/json"}}};
     const std::vector<ActionCase> cases{
         {R"("shell": "echo hi")", PadAction::shell("echo hi")},
@@ -73,7 +76,8 @@ TEST(PadAction, ReadsEachKindAndNamesEveryBadValue) {
         {R"("http": {"method": "POST"})", http},
         {R"("http": {"url": "mailto:someone@example.com"})", http},
         {R"("text": "a", "open": "b")", "key 1: has more than one action (open, text)"},
-        {R"("ntfy": 1, "shell": 2, "roku": 3)", "key 1: has more than one action (shell, roku, ntfy)"},
+        {R"("ntfy": 1, "shell": 2, "roku": 3)",
+         "key 1: has more than one action (shell, roku, ntfy)"},
     };
     for (const ActionCase& test : cases) {
         EXPECT_EQ(readAction(test.members), test.expected) << test.members;
@@ -88,7 +92,8 @@ TEST(PadAction, DescribesEachKindOnOneLine) {
         {PadAction::text("hello"), "type \"hello\""},
         {PadAction::system(SystemKey::brightnessdown), "brightnessdown"},
         {PadAction::shortcut("Lights Off"), "shortcut Lights Off"},
-        {PadAction::http(HTTPRequest{"http://example.com/x", "DELETE"}), "DELETE http://example.com/x"},
+        {PadAction::http(HTTPRequest{"http://example.com/x", "DELETE"}),
+         "DELETE http://example.com/x"},
         {PadAction::roku(RokuCommand::key("Power")), "Roku Power"},
         {PadAction::roku(RokuCommand::launch("12")), "Roku app 12"},
         {PadAction::homeAssistant("lights"), "Home Assistant lights"},
@@ -127,7 +132,8 @@ TEST(BindingsFileRequest, BuildsEachNetworkActionAgainstTheSettings) {
         {with("192.168.1.20:9000", "", ""), PadAction::roku(RokuCommand::launch("12")),
          HTTPRequest{"http://192.168.1.20:9000/launch/12", "POST"}},
         {empty, PadAction::roku(RokuCommand::key("Power")), "no Roku address in the settings"},
-        {with("tv room", "", ""), PadAction::roku(RokuCommand::key("Power")), "the Roku address isn't usable"},
+        {with("tv room", "", ""), PadAction::roku(RokuCommand::key("Power")),
+         "the Roku address isn't usable"},
         {with("", "http://192.168.1.30:8123", ""), PadAction::homeAssistant("lights"),
          HTTPRequest{"http://192.168.1.30:8123/api/webhook/lights", "POST"}},
         {empty, PadAction::homeAssistant("lights"), "no Home Assistant address in the settings"},

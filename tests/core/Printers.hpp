@@ -10,8 +10,14 @@
 
 namespace ruvola {
 
-inline void PrintTo(const PadAction& action, std::ostream* out) { *out << action.description(); }
-inline void PrintTo(const PadControl& control, std::ostream* out) { *out << control.configName(); }
-inline void PrintTo(const PadInput& input, std::ostream* out) { *out << input.description(); }
+inline void PrintTo(const PadAction& action, std::ostream* out) {
+    *out << action.description();
+}
+inline void PrintTo(const PadControl& control, std::ostream* out) {
+    *out << control.configName();
+}
+inline void PrintTo(const PadInput& input, std::ostream* out) {
+    *out << input.description();
+}
 
 } // namespace ruvola

@@ -2,7 +2,6 @@
 #include "RuvolaCore/StarterBindings.hpp"
 
 #include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include <string>
@@ -15,11 +14,14 @@ TEST(StarterBindings, IsLaidOutForPeopleToEdit) {
     EXPECT_TRUE(text.starts_with("{\n  \"_comment\": \"Ruvola reloads this file when you save. "));
     EXPECT_TRUE(text.ends_with("\n  ]\n}\n"));
     EXPECT_EQ(text.find('\t'), std::string::npos);
-    EXPECT_NE(text.find("\n    { \"control\": \"key 3\", \"when\": [\"Spotify\"], \"name\": \"Like\", "),
-              std::string::npos);
+    EXPECT_NE(
+        text.find("\n    { \"control\": \"key 3\", \"when\": [\"Spotify\"], \"name\": \"Like\", "),
+        std::string::npos);
     // Blank lines part the knobs, the screen keys and the buttons.
-    EXPECT_NE(text.find("\"enabled\": false },\n\n    { \"control\": \"key 1\""), std::string::npos);
-    EXPECT_NE(text.find("\"roku\": \"Power\" },\n\n    { \"control\": \"button 1\""), std::string::npos);
+    EXPECT_NE(text.find("\"enabled\": false },\n\n    { \"control\": \"key 1\""),
+              std::string::npos);
+    EXPECT_NE(text.find("\"roku\": \"Power\" },\n\n    { \"control\": \"button 1\""),
+              std::string::npos);
     // The first two icons carry the emoji variation selector.
     EXPECT_NE(text.find("\"icon\": \"\xE2\x8F\xAF\xEF\xB8\x8F\""), std::string::npos);
     EXPECT_NE(text.find("\"icon\": \"\xE2\x8F\xAD\xEF\xB8\x8F\""), std::string::npos);
@@ -34,7 +36,8 @@ TEST(StarterBindings, KeepsItsMembersInOrder) {
     EXPECT_EQ(topLevel, (std::vector<std::string>{"_comment", "settings", "bindings"}));
     EXPECT_EQ(document["settings"].dump(),
               R"({"brightness":60,"rotation":90,"roku":"","homeassistant":"","ntfy":""})");
-    EXPECT_EQ(document["_comment"].get<std::string>(),
+    EXPECT_EQ(
+        document["_comment"].get<std::string>(),
         "Ruvola reloads this file when you save. It's the same layout format as Cobbleset, the "
         "standalone pad, so a layout moves between them. Controls: key 1–6 (screen keys: 1 2 3 on "
         "top, 4 5 6 below), button 1–3, left knob, middle knob, right knob; press one with the "

@@ -1,0 +1,16 @@
+cmake_minimum_required(VERSION 3.25)
+# Fails when a core source includes anything but the standard library, nlohmann-json, uriparser
+# or its own headers: the core must build on every platform without Qt or OS headers.
+file(GLOB_RECURSE sources "${CORE_DIR}/*.hpp" "${CORE_DIR}/*.cpp")
+set(allowed "nlohmann/json.hpp" "uriparser/Uri.h")
+foreach(source IN LISTS sources)
+  file(STRINGS "${source}" includes REGEX "^[ \t]*#[ \t]*include[ \t]*<")
+  foreach(line IN LISTS includes)
+    string(REGEX REPLACE "^[ \t]*#[ \t]*include[ \t]*<([^>]*)>.*" "\\1" header "${line}")
+    if(NOT header MATCHES "^[a-z0-9_]+$" AND NOT header IN_LIST allowed)
+      message(FATAL_ERROR "${source} includes <${header}>, which the core may not use")
+    endif()
+  endforeach()
+endforeach()
+list(LENGTH sources count)
+message(STATUS "${count} core sources include only the standard library and the core's dependencies")
