@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Sets up a fresh machine, builds everything with warnings as errors, and runs the whole suite.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/setup.sh" test
+"$root/scripts/check-format.sh"
+"$root/scripts/build.sh" "$root/build/test" -DRUVOLA_WARNINGS_AS_ERRORS=ON
+cd "$root/build/test"
+ctest --output-on-failure --parallel "$(nproc)"
