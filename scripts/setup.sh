@@ -7,10 +7,12 @@ build_packages=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev
   nlohmann-json3-dev liburiparser-dev
+  libglib2.0-dev libxcb1-dev
 )
 test_packages=(
   libgtest-dev googletest
   clang-format
+  xvfb shared-mime-info
 )
 
 wanted=("${build_packages[@]}")

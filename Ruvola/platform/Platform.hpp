@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+namespace ruvola::platform {
+
+class Desktop;
+class DirectoryWatcher;
+class InputAccess;
+class Installation;
+
+/// The operating system's services, behind one small interface each. The backend is chosen once,
+/// by the build, and reached only through `makePlatform()`.
+class Platform {
+public:
+    virtual ~Platform() = default;
+
+    virtual std::unique_ptr<DirectoryWatcher> makeDirectoryWatcher() = 0;
+    virtual Desktop& desktop() = 0;
+    virtual InputAccess& inputAccess() = 0;
+    virtual const Installation& installation() const = 0;
+};
+
+/// The platform of the operating system this build is for.
+std::unique_ptr<Platform> makePlatform();
+
+} // namespace ruvola::platform

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Ruvola/platform/Installation.hpp"
+
+namespace ruvola::platform {
+
+/// The installed copy is the executable whose prefix (its folder's parent) holds the application's
+/// desktop entry, as `cmake --install` lays them out; the user's folders follow the XDG rules.
+class LinuxInstallation final : public Installation {
+public:
+    std::optional<std::string> bundleIdentifier() const override;
+    std::string executableName() const override;
+    std::string bundleRemedy() const override;
+    std::filesystem::path homeDirectory() const override;
+    std::filesystem::path logDirectory() const override;
+};
+
+} // namespace ruvola::platform

@@ -1,0 +1,9 @@
+// GoogleTest's main for tests that need Qt's event loop: timers, socket notifiers, processes.
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
