@@ -1,18 +1,15 @@
 #include "AppHost.hpp"
 
 #include "BuildIdentity.hpp"
+#include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Platform.hpp"
+#include "RuvolaCLI.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 
 namespace ruvola {
 namespace {
-
-const std::array<CLICommandHelp, 2> productCommands{{
-    {"watch", "print every key, button and knob by its bindings.json name; ctrl-C stops"},
-    {"check", "validate ~/.config/ruvola/bindings.json"},
-}};
 
 // A failed write (a closed pipe, a full disk) never changes the command's outcome.
 void write(const std::string& text, std::FILE* stream) {
@@ -24,22 +21,43 @@ void write(const std::string& text, std::FILE* stream) {
 
 } // namespace
 
-CLIResult AppHost::routeCLI(const AppIdentity& identity,
-                            const std::vector<std::string>& arguments) {
+CLIResult AppHost::routeCLI(const AppIdentity& identity, const std::vector<std::string>& arguments,
+                            platform::Platform& platform) {
     const std::string first = arguments.empty() ? "help" : arguments.front();
-    const std::string helpText = UniversalCLI::help(identity, productCommands);
+    const std::string helpText = UniversalCLI::help(identity, RuvolaCLI::commandHelp());
     if (first == "help" || first == "--help" || first == "-h") {
         return {0, helpText, {}};
     }
     if (first == "version" || first == "--version" || first == "-v") {
         return {0, UniversalCLI::version(identity), {}};
     }
+    if (first == "doctor") {
+        const platform::Installation& installation = platform.installation();
+        const BundleInfo bundle{installation.bundleIdentifier(), installation.bundleRemedy()};
+        return UniversalCLI::doctor(identity, RuvolaCLI::diagnosticChecks(platform), bundle);
+    }
+    if (auto result = RuvolaCLI::handleCLI(arguments, platform)) {
+        return std::move(*result);
+    }
     return {2, helpText, "error: unknown command: " + first + "\n"};
 }
 
 int AppHost::run(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-    const CLIResult result = routeCLI(buildIdentity(), arguments);
+    const AppIdentity identity = buildIdentity();
+    const auto platform = platform::makePlatform();
+    if (arguments.empty()) {
+        const auto violations = identity.violations();
+        if (!violations.empty()) {
+            std::string lines;
+            for (const ContractViolation& violation : violations) {
+                lines += violation.description() + "\n";
+            }
+            write(lines, stderr);
+            return 2;
+        }
+    }
+    const CLIResult result = routeCLI(identity, arguments, *platform);
     write(result.standardOutput, stdout);
     write(result.standardError, stderr);
     return result.exitCode;

@@ -34,4 +34,28 @@ std::string UniversalCLI::version(const AppIdentity& identity) {
     return identity.name + " " + identity.version + " (" + identity.build + ")\n";
 }
 
+CLIResult UniversalCLI::doctor(const AppIdentity& identity,
+                               const std::vector<DiagnosticCheck>& domain,
+                               const BundleInfo& bundle) {
+    std::vector<DiagnosticCheck> checks{{
+        "bundle",
+        bundle.identifier == identity.bundleIdentifier,
+        "bundle identifier is " + identity.bundleIdentifier,
+        bundle.remedy,
+    }};
+    for (const ContractViolation& violation : identity.violations()) {
+        checks.push_back({violation.field, false, "", violation.description()});
+    }
+    checks.insert(checks.end(), domain.begin(), domain.end());
+
+    CLIResult result;
+    for (const DiagnosticCheck& check : checks) {
+        result.standardOutput +=
+            check.passed ? "\u2713 " + check.success : "\u2717 " + check.name + ": " + check.remedy;
+        result.standardOutput += "\n";
+        result.exitCode = check.passed ? result.exitCode : 1;
+    }
+    return result;
+}
+
 } // namespace ruvola

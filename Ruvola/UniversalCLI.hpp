@@ -2,8 +2,10 @@
 
 #include "RuvolaCore/AppIdentity.hpp"
 
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace ruvola {
 
@@ -22,6 +24,22 @@ struct CLICommandHelp {
     std::string summary;
 };
 
+/// One doctor check: what is printed when it passed, and what to do when it failed.
+struct DiagnosticCheck {
+    std::string name;
+    bool passed = false;
+    std::string success;
+    std::string remedy;
+};
+
+/// Where the running copy of the program is, for doctor's bundle check.
+struct BundleInfo {
+    /// The identifier of the installed application this copy belongs to, if it is one.
+    std::optional<std::string> identifier;
+    /// What to do when this copy isn't the installed one.
+    std::string remedy;
+};
+
 /// The commands every menu-bar product of this family answers the same way.
 namespace UniversalCLI {
 
@@ -31,6 +49,11 @@ std::string help(const AppIdentity& identity, std::span<const CLICommandHelp> do
 
 /// "Ruvola 0.4.0 (1)" and a newline.
 std::string version(const AppIdentity& identity);
+
+/// Runs the bundle check, the identity's checks and the product's, one "✓"/"✗" line each; the
+/// exit code is 1 when any failed.
+CLIResult doctor(const AppIdentity& identity, const std::vector<DiagnosticCheck>& domain,
+                 const BundleInfo& bundle);
 
 } // namespace UniversalCLI
 
