@@ -42,22 +42,30 @@ CLIResult AppHost::routeCLI(const AppIdentity& identity, const std::vector<std::
     return {2, helpText, "error: unknown command: " + first + "\n"};
 }
 
+std::optional<CLIResult> AppHost::launchRefusal(const AppIdentity& identity) {
+    const auto violations = identity.violations();
+    if (violations.empty()) {
+        return std::nullopt;
+    }
+    CLIResult refusal{2, {}, {}};
+    for (const ContractViolation& violation : violations) {
+        refusal.standardError += violation.description() + "\n";
+    }
+    return refusal;
+}
+
 int AppHost::run(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     const AppIdentity identity = buildIdentity();
     const auto platform = platform::makePlatform();
-    if (arguments.empty()) {
-        const auto violations = identity.violations();
-        if (!violations.empty()) {
-            std::string lines;
-            for (const ContractViolation& violation : violations) {
-                lines += violation.description() + "\n";
+    const CLIResult result = [&] {
+        if (arguments.empty()) {
+            if (auto refusal = launchRefusal(identity)) {
+                return std::move(*refusal);
             }
-            write(lines, stderr);
-            return 2;
         }
-    }
-    const CLIResult result = routeCLI(identity, arguments, *platform);
+        return routeCLI(identity, arguments, *platform);
+    }();
     write(result.standardOutput, stdout);
     write(result.standardError, stderr);
     return result.exitCode;

@@ -2,6 +2,7 @@
 
 #include "UniversalCLI.hpp"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@ namespace AppHost {
 /// empty list counts as "help".
 CLIResult routeCLI(const AppIdentity& identity, const std::vector<std::string>& arguments,
                    platform::Platform& platform);
+
+/// The refusal to launch an identity that breaks its rules: one "field: message" line per
+/// violation on standard error and exit status 2. Nothing for a valid identity.
+std::optional<CLIResult> launchRefusal(const AppIdentity& identity);
 
 /// Runs the process for `argv` and returns its exit status.
 int run(int argc, char** argv);

@@ -1,6 +1,7 @@
 #include "BuildIdentity.hpp"
 
 #include "BuildInfo.hpp"
+#include "Ruvola/platform/Installation.hpp"
 
 namespace ruvola {
 
@@ -9,6 +10,11 @@ AppIdentity buildIdentity() {
     identity.version = RUVOLA_VERSION;
     identity.build = RUVOLA_BUILD;
     return identity;
+}
+
+std::filesystem::path logURL(const AppIdentity& identity,
+                             const platform::Installation& installation) {
+    return installation.logDirectory() / (identity.name + ".log");
 }
 
 } // namespace ruvola

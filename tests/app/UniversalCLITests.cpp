@@ -1,5 +1,6 @@
 #include "Ruvola/AppHost.hpp"
 #include "Ruvola/BuildIdentity.hpp"
+#include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/Platform.hpp"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,23 @@ TEST(AppHost, RoutesOnlyTheFirstArgument) {
               (CLIResult{0, "Ruvola " + identity.version + " (" + identity.build + ")\n", ""}));
     EXPECT_EQ(AppHost::routeCLI(identity, {"VERSION"}, *platform),
               (CLIResult{2, help.standardOutput, "error: unknown command: VERSION\n"}));
+}
+
+TEST(AppHost, RefusesToLaunchAnIdentityThatBreaksItsRules) {
+    EXPECT_EQ(AppHost::launchRefusal(buildIdentity()), std::nullopt);
+    AppIdentity broken;
+    broken.name = "ruvola";
+    broken.tagline = " \n ";
+    EXPECT_EQ(AppHost::launchRefusal(broken),
+              (CLIResult{2, "",
+                         "name: must begin uppercase and contain letters, digits, or spaces\n"
+                         "tagline: must not be empty\n"}));
+}
+
+TEST(BuildIdentity, NamesTheLogAfterTheProductInThePlatformsLogFolder) {
+    const auto platform = platform::makePlatform();
+    EXPECT_EQ(logURL(buildIdentity(), platform->installation()),
+              platform->installation().logDirectory() / "Ruvola.log");
 }
 
 TEST(UniversalCLI, PadsCommandsToTheWidestOne) {
