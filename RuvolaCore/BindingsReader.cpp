@@ -196,23 +196,16 @@ PadAction action(const json& object) {
     if (payload == nullptr) {
         fail("\"" + std::string(key) + "\" needs a string");
     }
-    if (key == "shell") {
-        return PadAction::shell(*payload);
-    }
-    if (key == "open") {
-        return PadAction::open(*payload);
-    }
-    if (key == "keystroke") {
-        return PadAction::keystroke(*payload);
-    }
-    if (key == "text") {
-        return PadAction::text(*payload);
-    }
-    if (key == "shortcut") {
-        return PadAction::shortcut(*payload);
-    }
-    if (key == "ntfy") {
-        return PadAction::ntfy(*payload);
+    // The kinds whose text is taken as it is.
+    static constexpr std::pair<std::string_view, PadAction (*)(std::string)> plainTexts[] = {
+        {"shell", PadAction::shell},         {"open", PadAction::open},
+        {"keystroke", PadAction::keystroke}, {"text", PadAction::text},
+        {"shortcut", PadAction::shortcut},   {"ntfy", PadAction::ntfy},
+    };
+    for (const auto& [name, make] : plainTexts) {
+        if (key == name) {
+            return make(*payload);
+        }
     }
     if (key == "homeassistant") {
         if (payload->find('/') != std::string::npos) {
