@@ -6,6 +6,8 @@ namespace ruvola::platform {
 
 class Desktop;
 class DirectoryWatcher;
+class HidDiscovery;
+class HidManager;
 class InputAccess;
 class Installation;
 
@@ -16,9 +18,11 @@ public:
     virtual ~Platform() = default;
 
     virtual std::unique_ptr<DirectoryWatcher> makeDirectoryWatcher() = 0;
+    virtual std::unique_ptr<HidManager> makeHidManager() = 0;
     virtual Desktop& desktop() = 0;
     virtual InputAccess& inputAccess() = 0;
     virtual const Installation& installation() const = 0;
+    virtual const HidDiscovery& hidDiscovery() const = 0;
 };
 
 /// The platform of the operating system this build is for.

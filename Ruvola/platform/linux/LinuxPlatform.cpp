@@ -3,6 +3,8 @@
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
 #include "Ruvola/platform/linux/LinuxInstallation.hpp"
+#include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
+#include "Ruvola/platform/linux/UdevHidManager.hpp"
 
 namespace ruvola::platform {
 
@@ -13,14 +15,19 @@ public:
     std::unique_ptr<DirectoryWatcher> makeDirectoryWatcher() override {
         return std::make_unique<InotifyDirectoryWatcher>();
     }
+    std::unique_ptr<HidManager> makeHidManager() override {
+        return std::make_unique<UdevHidManager>();
+    }
     Desktop& desktop() override { return desktop_; }
     InputAccess& inputAccess() override { return inputAccess_; }
     const Installation& installation() const override { return installation_; }
+    const HidDiscovery& hidDiscovery() const override { return hidDiscovery_; }
 
 private:
     GioDesktop desktop_;
     LinuxInputAccess inputAccess_;
     LinuxInstallation installation_;
+    UdevHidDiscovery hidDiscovery_;
 };
 
 } // namespace
