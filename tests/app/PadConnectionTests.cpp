@@ -1,0 +1,216 @@
+#include "Ruvola/PadConnection.hpp"
+#include "Ruvola/RuvolaCLI.hpp"
+#include "fakes/VirtualPad.hpp"
+#include "support/EventLoop.hpp"
+
+#include <QBuffer>
+#include <QImageWriter>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace ruvola {
+namespace {
+
+using testing::VirtualPad;
+using testing::waitUntil;
+using Strings = std::vector<std::string>;
+
+const Strings startup{"DIS", "LIG 0", "LIG 50", "CLE 255", "STP"};
+
+Strings concat(std::initializer_list<Strings> parts) {
+    Strings all;
+    for (const Strings& part : parts) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
+}
+
+// Records the connection's callbacks in the order they come.
+class PadConnectionTest : public ::testing::Test {
+protected:
+    void connect(std::chrono::milliseconds keepalive = std::chrono::seconds(10)) {
+        connection_ = std::make_unique<PadConnection>(pad_.manager(), keepalive);
+        connection_->onStarted = [this] { events_.push_back("started"); };
+        connection_->onLog = [this](const std::string& line) { events_.push_back("log " + line); };
+        connection_->onInput = [this](const PadInput& input) {
+            events_.push_back(input.description());
+        };
+        connection_->onStatus = [this](const PadConnection::Status& status) {
+            events_.push_back(status.connected
+                                  ? "connected " + status.connected->firmware.value_or("?")
+                                  : "searching");
+        };
+    }
+
+    bool attached() {
+        return waitUntil(
+            [&] { return !events_.empty() && events_.back().starts_with("connected"); });
+    }
+
+    VirtualPad pad_;
+    std::unique_ptr<PadConnection> connection_;
+    Strings events_;
+};
+
+TEST_F(PadConnectionTest, StartsThePadInOrderWhenItIsFound) {
+    pad_.firmware = std::vector<std::uint8_t>{0x01, 'V', '1', '.', '0', 0, 0, 0xFF};
+    connect();
+    EXPECT_TRUE(events_.empty());
+    ASSERT_TRUE(attached());
+    EXPECT_EQ(pad_.received, concat({{"feature 1"}, startup}));
+    EXPECT_EQ(events_, (Strings{"started", "connected V1.0"}));
+    EXPECT_EQ(pad_.brightness(), 50);
+    EXPECT_TRUE(pad_.violations.empty());
+}
+
+TEST_F(PadConnectionTest, ReadsTheFirmwareTextWhenThereIsOne) {
+    const std::vector<std::pair<std::optional<std::vector<std::uint8_t>>, std::string>> cases{
+        {std::vector<std::uint8_t>{0x01, 'V', '1', '.', '0', 0, 0, 0xFF}, "connected V1.0"},
+        {std::vector<std::uint8_t>(20, 0), "connected ?"},
+        {std::nullopt, "connected ?"},
+        {std::vector<std::uint8_t>(30, 'x'), "connected " + std::string(20, 'x')},
+    };
+    for (const auto& [report, expected] : cases) {
+        VirtualPad pad;
+        pad.firmware = report;
+        PadConnection connection(pad.manager());
+        std::string status;
+        connection.onStatus = [&](const PadConnection::Status& s) {
+            status = "connected " + s.connected->firmware.value_or("?");
+        };
+        ASSERT_TRUE(waitUntil([&] { return !status.empty(); }));
+        EXPECT_EQ(status, expected);
+    }
+}
+
+TEST_F(PadConnectionTest, NeverAttachesAnotherProduct) {
+    VirtualPad other(0x1500, 0x3002);
+    PadConnection connection(other.manager());
+    bool reported = false;
+    connection.onStatus = [&](const PadConnection::Status&) { reported = true; };
+    testing::runEventLoop(std::chrono::milliseconds(50));
+    connection.send(PadProtocol::refresh());
+    EXPECT_FALSE(reported);
+    EXPECT_TRUE(other.received.empty());
+}
+
+TEST_F(PadConnectionTest, DoesNothingWithoutAPad) {
+    pad_.unplug();
+    connect();
+    connection_->restart();
+    connection_->send(PadProtocol::refresh());
+    connection_->sendKeyImage(1, std::vector<std::uint8_t>(100, 1));
+    connection_->shutdown();
+    testing::runEventLoop(std::chrono::milliseconds(50));
+    EXPECT_TRUE(events_.empty());
+}
+
+TEST_F(PadConnectionTest, DecodesInputAndDropsWhatItCannotRead) {
+    connect();
+    ASSERT_TRUE(attached());
+    events_.clear();
+    pad_.report(0x01, 1);
+    pad_.report(0x30, 0);
+    pad_.report(0x60);
+    pad_.report(0x34, 1);
+    pad_.report(0x07, 1);
+    pad_.reportBytes({'A', 'C', 'K'});
+    EXPECT_EQ(events_,
+              (Strings{"Key 1 down", "Button 2 up", "Right knob \u2212", "Right knob pressed"}));
+}
+
+TEST_F(PadConnectionTest, SaysOnceWhenThePadIsRefusedAndRestartsItWhenItIsBack) {
+    connect();
+    ASSERT_TRUE(attached());
+    events_.clear();
+    pad_.received.clear();
+    pad_.refuseWrites(EBUSY);
+    connection_->send(PadProtocol::refresh());
+    connection_->send(PadProtocol::refresh());
+    pad_.acceptWrites();
+    connection_->send(PadProtocol::refresh());
+    EXPECT_EQ(events_,
+              (Strings{"log The pad refused a command (0x00000010); another app may hold it",
+                       "log Ruvola has the pad again; restarting it", "started"}));
+    EXPECT_EQ(pad_.received, concat({{"STP"}, startup}));
+}
+
+TEST_F(PadConnectionTest, KeepaliveRecoversAPadAnotherProgramLetGo) {
+    connect(std::chrono::milliseconds(10));
+    ASSERT_TRUE(attached());
+    ASSERT_TRUE(waitUntil([&] { return pad_.received.back() == "CONNECT"; }));
+    events_.clear();
+    pad_.refuseWrites(EACCES);
+    ASSERT_TRUE(waitUntil([&] { return !events_.empty(); }));
+    pad_.received.clear();
+    pad_.acceptWrites();
+    ASSERT_TRUE(waitUntil([&] { return events_.size() >= 3; }));
+    EXPECT_EQ(events_,
+              (Strings{"log The pad refused a command (0x0000000d); another app may hold it",
+                       "log Ruvola has the pad again; restarting it", "started"}));
+    EXPECT_EQ(Strings(pad_.received.begin(), pad_.received.begin() + 6),
+              concat({{"CONNECT"}, startup}));
+}
+
+TEST_F(PadConnectionTest, FollowsThePadAcrossUnplugAndReplug) {
+    connect();
+    ASSERT_TRUE(attached());
+    pad_.unplug();
+    pad_.unplug();
+    EXPECT_EQ(events_.back(), "searching");
+    EXPECT_EQ(std::count(events_.begin(), events_.end(), "searching"), 1);
+    connection_->brightness = 80;
+    pad_.received.clear();
+    pad_.plugIn();
+    EXPECT_EQ(events_.back(), "connected ?");
+    EXPECT_EQ(pad_.received, (Strings{"feature 1", "DIS", "LIG 0", "LIG 80", "CLE 255", "STP"}));
+}
+
+TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
+    connect();
+    ASSERT_TRUE(attached());
+    QImage red(64, 64, QImage::Format_RGB32);
+    red.fill(QColor(220, 20, 20));
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setQuality(92);
+    ASSERT_TRUE(writer.write(red));
+    connection_->sendKeyImage(3, std::span(reinterpret_cast<const std::uint8_t*>(jpeg.data()),
+                                           static_cast<std::size_t>(jpeg.size())));
+    EXPECT_FALSE(pad_.key(3));
+    connection_->send(PadProtocol::refresh());
+    ASSERT_TRUE(pad_.key(3));
+    const QColor shown = pad_.key(3)->pixelColor(32, 32);
+    EXPECT_NEAR(shown.red(), 220, 8);
+    EXPECT_NEAR(shown.green(), 20, 8);
+    connection_->shutdown();
+    EXPECT_EQ(Strings(pad_.received.end() - 2, pad_.received.end()), (Strings{"CLE DC", "HAN"}));
+    EXPECT_TRUE(pad_.halted());
+    EXPECT_FALSE(pad_.key(3));
+    EXPECT_TRUE(pad_.violations.empty()) << pad_.violations.front();
+}
+
+TEST_F(PadConnectionTest, WatchPrintsEveryStatusAndInput) {
+    pad_.firmware = std::vector<std::uint8_t>{0x01, 'V', '2'};
+    connect();
+    Strings lines;
+    RuvolaCLI::watch(*connection_, [&](const std::string& line) { lines.push_back(line); });
+    ASSERT_TRUE(waitUntil([&] { return !lines.empty(); }));
+    for (const auto& [code, state] : std::vector<std::pair<std::uint8_t, std::uint8_t>>{
+             {0x01, 1}, {0x01, 0}, {0x25, 1}, {0x35, 1}, {0x35, 0}, {0x90, 0}, {0x91, 0}}) {
+        pad_.report(code, state);
+    }
+    pad_.unplug();
+    pad_.firmware.reset();
+    pad_.plugIn();
+    EXPECT_EQ(lines, (Strings{"connected: Soomfon Stream Controller SE (V2)", "key 1  press",
+                              "key 1  release", "button 1  press", "middle knob  press",
+                              "middle knob  release", "left knob  left", "left knob  right",
+                              "waiting for a pad\u2026",
+                              "connected: Soomfon Stream Controller SE (firmware unknown)"}));
+}
+
+} // namespace
+} // namespace ruvola

@@ -1,0 +1,221 @@
+#include "VirtualPad.hpp"
+
+#include "RuvolaCore/PadProtocol.hpp"
+
+#include <QTimer>
+
+#include <algorithm>
+#include <functional>
+
+namespace ruvola::testing {
+
+class VirtualPad::Device final : public platform::HidDevice {
+public:
+    explicit Device(VirtualPad& pad) : pad_(pad) {}
+
+    int vendorID() const override { return pad_.vendorID_; }
+    int productID() const override { return pad_.productID_; }
+    void setInputHandler(std::function<void(std::span<const std::uint8_t>)> handler) override {
+        handler_ = std::move(handler);
+    }
+    int write(std::span<const std::uint8_t> report) override { return pad_.take(report); }
+    std::optional<std::vector<std::uint8_t>> featureReport(std::uint8_t reportID,
+                                                           std::size_t length) override {
+        pad_.received.push_back("feature " + std::to_string(reportID));
+        if (!pad_.firmware) {
+            return std::nullopt;
+        }
+        std::vector<std::uint8_t> bytes(*pad_.firmware);
+        bytes.resize(std::min(bytes.size(), length));
+        return bytes;
+    }
+
+    std::function<void(std::span<const std::uint8_t>)> handler_;
+
+private:
+    VirtualPad& pad_;
+};
+
+class VirtualPad::Manager final : public platform::HidManager {
+public:
+    explicit Manager(VirtualPad& pad) : pad_(pad) { pad_.manager_ = this; }
+    ~Manager() override { pad_.manager_ = nullptr; }
+
+    void start(std::vector<platform::HidMatch> matching,
+               std::function<void(platform::HidDevice&)> onMatch,
+               std::function<void(platform::HidDevice&)> onRemoval) override {
+        matching_ = std::move(matching);
+        onMatch_ = std::move(onMatch);
+        onRemoval_ = std::move(onRemoval);
+        QTimer::singleShot(0, [this] { announce(); });
+    }
+
+    // Like the system's manager, reports only devices that match.
+    void announce() {
+        const bool matches =
+            std::any_of(matching_.begin(), matching_.end(), [&](const auto& match) {
+                return match.vendorID == pad_.vendorID_ && match.productID == pad_.productID_ &&
+                       match.usagePage == PadProtocol::usagePage;
+            });
+        if (pad_.device_ && onMatch_ && matches) {
+            onMatch_(*pad_.device_);
+        }
+    }
+
+    std::vector<platform::HidMatch> matching_;
+    std::function<void(platform::HidDevice&)> onMatch_;
+    std::function<void(platform::HidDevice&)> onRemoval_;
+
+private:
+    VirtualPad& pad_;
+};
+
+VirtualPad::VirtualPad(int vendorID, int productID)
+    : vendorID_(vendorID), productID_(productID), device_(std::make_unique<Device>(*this)) {}
+
+VirtualPad::~VirtualPad() = default;
+
+std::unique_ptr<platform::HidManager> VirtualPad::manager() {
+    return std::make_unique<Manager>(*this);
+}
+
+const std::optional<QImage>& VirtualPad::key(int index) const {
+    static const std::optional<QImage> none;
+    return index >= 1 && index <= 6 ? shown_[static_cast<std::size_t>(index)] : none;
+}
+
+void VirtualPad::report(std::uint8_t code, std::uint8_t state) {
+    std::vector<std::uint8_t> bytes(PadProtocol::inputReportSize, 0);
+    bytes[0] = 'A', bytes[1] = 'C', bytes[2] = 'K', bytes[9] = code, bytes[10] = state;
+    reportBytes(std::move(bytes));
+}
+
+void VirtualPad::reportBytes(std::vector<std::uint8_t> bytes) {
+    if (device_ && device_->handler_) {
+        device_->handler_(bytes);
+    }
+}
+
+void VirtualPad::unplug() {
+    if (!device_) {
+        return;
+    }
+    if (manager_ && manager_->onRemoval_) {
+        manager_->onRemoval_(*device_);
+    }
+    device_.reset();
+    transfer_.reset();
+}
+
+void VirtualPad::plugIn() {
+    if (device_) {
+        return;
+    }
+    device_ = std::make_unique<Device>(*this);
+    if (manager_) {
+        manager_->announce();
+    }
+}
+
+int VirtualPad::take(std::span<const std::uint8_t> report) {
+    if (refusing_ != 0) {
+        return refusing_;
+    }
+    if (report.size() != PadProtocol::outputReportSize) {
+        violations.push_back("report of " + std::to_string(report.size()) + " bytes");
+        return 0;
+    }
+    if (transfer_) {
+        chunk(report);
+    } else {
+        command(report);
+    }
+    return 0;
+}
+
+void VirtualPad::command(std::span<const std::uint8_t> report) {
+    const std::string prefix(report.begin(), report.begin() + 5);
+    if (prefix != std::string("CRT\0\0", 5)) {
+        violations.push_back("no CRT prefix");
+        return;
+    }
+    const std::string body(report.begin() + 5, report.begin() + 12);
+    const auto payload = report.subspan(8);
+    // The payload must be followed by zeros only, up to the end of the report.
+    const auto zerosFrom = [&](std::size_t offset) {
+        if (!std::all_of(report.begin() + static_cast<std::ptrdiff_t>(offset), report.end(),
+                         [](std::uint8_t byte) { return byte == 0; })) {
+            violations.push_back(body.substr(0, 3) + " has bytes after its payload");
+        }
+    };
+    if (body == "CONNECT") {
+        zerosFrom(12);
+        received.emplace_back("CONNECT");
+    } else if (body.starts_with("DIS") || body.starts_with("STP") || body.starts_with("HAN")) {
+        zerosFrom(8);
+        received.push_back(body.substr(0, 3));
+        if (body.starts_with("DIS")) {
+            halted_ = false;
+        } else if (body.starts_with("HAN")) {
+            halted_ = true;
+        } else {
+            shown_ = pending_;
+        }
+    } else if (body.starts_with("LIG")) {
+        zerosFrom(11);
+        brightness_ = payload[2];
+        received.push_back("LIG " + std::to_string(brightness_));
+    } else if (body.starts_with("CLE")) {
+        zerosFrom(12);
+        if (payload[2] == 'D' && payload[3] == 'C') {
+            received.emplace_back("CLE DC");
+            pending_.fill(std::nullopt);
+            shown_.fill(std::nullopt);
+        } else {
+            received.push_back("CLE " + std::to_string(payload[3]));
+            if (payload[3] == 0xFF) {
+                pending_.fill(std::nullopt);
+            } else if (payload[3] >= 1 && payload[3] <= 6) {
+                pending_[payload[3]].reset();
+            }
+        }
+    } else if (body.starts_with("BAT")) {
+        zerosFrom(13);
+        const std::size_t length = std::size_t{payload[0]} << 24 | std::size_t{payload[1]} << 16 |
+                                   std::size_t{payload[2]} << 8 | payload[3];
+        transfer_ = Transfer{payload[4], length, {}};
+        if (length == 0) {
+            chunk({});
+        }
+    } else {
+        violations.push_back("unknown command " + body);
+    }
+}
+
+void VirtualPad::chunk(std::span<const std::uint8_t> report) {
+    Transfer& transfer = *transfer_;
+    const std::size_t wanted = std::min(report.size(), transfer.length - transfer.bytes.size());
+    transfer.bytes.insert(transfer.bytes.end(), report.begin(),
+                          report.begin() + static_cast<std::ptrdiff_t>(wanted));
+    if (!std::all_of(report.begin() + static_cast<std::ptrdiff_t>(wanted), report.end(),
+                     [](std::uint8_t byte) { return byte == 0; })) {
+        violations.push_back("image chunk not padded with zeros");
+    }
+    if (transfer.bytes.size() < transfer.length) {
+        return;
+    }
+    received.push_back("BAT " + std::to_string(transfer.key) + " " +
+                       std::to_string(transfer.length));
+    QImage picture;
+    if (!picture.loadFromData(transfer.bytes.data(), static_cast<int>(transfer.bytes.size()),
+                              "JPEG")) {
+        violations.push_back("key " + std::to_string(transfer.key) + " image isn't a JPEG");
+    } else if (transfer.key >= 1 && transfer.key <= 6) {
+        pending_[static_cast<std::size_t>(transfer.key)] = picture;
+    } else {
+        violations.push_back("image for key " + std::to_string(transfer.key));
+    }
+    transfer_.reset();
+}
+
+} // namespace ruvola::testing
