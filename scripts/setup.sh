@@ -7,12 +7,14 @@ build_packages=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev
   nlohmann-json3-dev liburiparser-dev
-  libglib2.0-dev libxcb1-dev
+  libglib2.0-dev libxcb1-dev libudev-dev
+  fonts-noto-color-emoji fonts-open-sans
 )
 test_packages=(
   libgtest-dev googletest
   clang-format
   xvfb shared-mime-info
+  libbenchmark-dev
 )
 
 wanted=("${build_packages[@]}")
