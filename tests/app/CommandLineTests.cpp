@@ -1,10 +1,14 @@
 // Runs the real ruvola executable, as a user would, in a temporary home with no display.
+#include "Ruvola/BuildIdentity.hpp"
+#include "Ruvola/UniversalCLI.hpp"
 #include "RuvolaCore/StarterBindings.hpp"
+#include "support/EventLoop.hpp"
 
 #include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -12,131 +16,112 @@ namespace ruvola {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::literals;
 
-struct Outcome {
-    int exitCode;
-    std::string out;
-    std::string err;
-    bool operator==(const Outcome&) const = default;
+// Exit code, standard output and standard error of a run.
+std::tuple<int, std::string, std::string> run(const QStringList& arguments,
+                                              const QString& program = RUVOLA_EXECUTABLE) {
+    QProcess process;
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished(30000));
+    return {process.exitCode(), process.readAllStandardOutput().toStdString(),
+            process.readAllStandardError().toStdString()};
+}
+
+struct CommandLine : ::testing::Test {
+    CommandLine() { setenv("HOME", home.path().toLocal8Bit().constData(), 1), unsetenv("DISPLAY"); }
+
+    QTemporaryDir home;
+    fs::path bindings = fs::path(home.path().toStdString()) / ".config/ruvola/bindings.json";
 };
 
-void PrintTo(const Outcome& run, std::ostream* out) {
-    *out << "exit " << run.exitCode << ", stdout \"" << run.out << "\", stderr \"" << run.err
-         << "\"";
+TEST_F(CommandLine, AnswersEveryCommand) {
+    const std::string help =
+        "ruvola \u2014 Drive a Soomfon control pad from the menu bar, no vendor software.\n\n"
+        "  version  print the bundled product version\n"
+        "  doctor   check universal and product prerequisites\n"
+        "  help     show this help\n"
+        "  watch    print every key, button and knob by its bindings.json name; ctrl-C stops\n"
+        "  check    validate ~/.config/ruvola/bindings.json\n\n"
+        "With no arguments, launches the menubar app.\n";
+    const std::string version = UniversalCLI::version(buildIdentity());
+    const std::string broken = R"({"settings": {"rotation": 45}, "bindings": [
+        {"control": "key 1", "shell": "ok"}, {"control": "key 2", "keystroke": "cmd c, cmd v"}]})";
+    const std::string problems = "\u2717 settings: rotation is 0, 90, 180 or 270\n"
+                                 "\u2717 key 2: \"cmd c, cmd v\" isn't a single key chord\n";
+    const std::string garbage = "\u2717 bindings.json isn't valid JSON\n";
+    // Each row's bindings file is written first: "" leaves it, "/" puts a folder in its place.
+    const std::vector<std::tuple<QStringList, std::string, int, std::string, std::string>> rows{
+        {{"help"}, "", 0, help, ""},
+        {{"--help"}, "", 0, help, ""},
+        {{"-h", "version"}, "", 0, help, ""},
+        {{"version"}, "", 0, version, ""},
+        {{"--version", "x"}, "", 0, version, ""},
+        {{"-v", "help"}, "", 0, version, ""},
+        {{"Help"}, "", 2, help, "error: unknown command: Help\n"},
+        {{"check"}, "", 0, "no " + bindings.string() + "; using the defaults\n", ""},
+        {{"check", "x"}, std::string(starterBindings::text()), 0, "9 bindings\n", ""},
+        {{"check"}, broken, 1, "1 bindings\n", problems},
+        {{"check"}, "\x89\x1a\xff", 1, "0 bindings\n", garbage},
+        {{"check"}, std::string(50 << 20, '{'), 1, "0 bindings\n", garbage},
+        {{"check"}, "/", 0, "9 bindings\n", ""},
+    };
+    for (const auto& [arguments, file, exitCode, out, err] : rows) {
+        fs::create_directories(bindings.parent_path());
+        if (file == "/") {
+            fs::remove(bindings), fs::create_directory(bindings);
+        } else if (!file.empty()) {
+            std::ofstream(bindings, std::ios::binary) << file;
+        }
+        EXPECT_EQ(run(arguments), std::tie(exitCode, out, err))
+            << arguments.join(' ').toStdString();
+    }
 }
 
-const std::string helpText =
-    "ruvola \u2014 Drive a Soomfon control pad from the menu bar, no vendor software.\n\n"
-    "  version  print the bundled product version\n"
-    "  doctor   check universal and product prerequisites\n"
-    "  help     show this help\n"
-    "  watch    print every key, button and knob by its bindings.json name; ctrl-C stops\n"
-    "  check    validate ~/.config/ruvola/bindings.json\n\n"
-    "With no arguments, launches the menubar app.\n";
+TEST_F(CommandLine, DoctorFailsOutsideTheInstalledCopyAndPassesTheBundleCheckInIt) {
+    const auto [exitCode, out, err] = run({"doctor"});
+    // No pad, display or uinput is offered here.
+    EXPECT_TRUE(out.starts_with(
+        "\u2717 bundle: install Ruvola with cmake --install BUILD-DIR (the program goes to "
+        "PREFIX/bin, its desktop entry to PREFIX/share/applications) and run doctor from "
+        "PREFIX/bin/ruvola\n\u2717 pad: "))
+        << out;
+    EXPECT_EQ(std::tuple(exitCode, err, std::ranges::count(out, '\n')), std::tuple(1, ""s, 3L));
 
-class CommandLine : public ::testing::Test {
-protected:
-    Outcome ruvola(const QStringList& arguments) {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("HOME", home_.path());
-        environment.insert("XDG_STATE_HOME", home_.filePath("state"));
-        environment.remove("DISPLAY");
-        environment.remove("WAYLAND_DISPLAY");
-        process.setProcessEnvironment(environment);
-        process.start(RUVOLA_EXECUTABLE, arguments);
-        process.closeWriteChannel();
-        EXPECT_TRUE(process.waitForFinished(30000));
-        return {process.exitCode(), process.readAllStandardOutput().toStdString(),
-                process.readAllStandardError().toStdString()};
-    }
-
-    fs::path bindings() const {
-        return fs::path(home_.path().toStdString()) / ".config/ruvola/bindings.json";
-    }
-
-    void writeBindings(const std::string& text) {
-        fs::create_directories(bindings().parent_path());
-        std::ofstream(bindings(), std::ios::binary | std::ios::trunc) << text;
-    }
-
-    QTemporaryDir home_;
-};
-
-TEST_F(CommandLine, AnswersHelpVersionAndUnknownCommands) {
-    const Outcome help{0, helpText, ""};
-    for (const QStringList& arguments : {QStringList{"help"}, {"--help"}, {"-h", "ignored"}}) {
-        EXPECT_EQ(ruvola(arguments), help) << arguments.join(' ').toStdString();
-    }
-    for (const QStringList& arguments : {QStringList{"version"}, {"--version", "x"}, {"-v"}}) {
-        const Outcome run = ruvola(arguments);
-        EXPECT_EQ(run.exitCode, 0);
-        EXPECT_TRUE(run.out.starts_with("Ruvola 0.4.0 (")) << run.out;
-        EXPECT_TRUE(run.out.ends_with(")\n")) << run.out;
-        EXPECT_EQ(run.err, "");
-    }
-    EXPECT_EQ(ruvola({"Help"}), (Outcome{2, helpText, "error: unknown command: Help\n"}));
-    EXPECT_EQ(ruvola({""}), (Outcome{2, helpText, "error: unknown command: \n"}));
-}
-
-TEST_F(CommandLine, ChecksTheBindingsFile) {
-    const std::string path = bindings().string();
-    EXPECT_EQ(ruvola({"check"}), (Outcome{0, "no " + path + "; using the defaults\n", ""}));
-
-    writeBindings(std::string(starterBindings::text()));
-    EXPECT_EQ(ruvola({"check"}), (Outcome{0, "9 bindings\n", ""}));
-
-    writeBindings(R"({"bindings": []})");
-    EXPECT_EQ(ruvola({"check", "extra"}), (Outcome{0, "0 bindings\n", ""}));
-
-    writeBindings(R"({"settings": {"rotation": 45}, "bindings": [
-        {"control": "key 1", "shell": "ok"}, {"control": "key 9", "shell": "x"},
-        {"control": "key 2", "keystroke": "cmd c, cmd v"}]})");
-    EXPECT_EQ(ruvola({"check"}),
-              (Outcome{1, "1 bindings\n",
-                       "\u2717 settings: rotation is 0, 90, 180 or 270\n"
-                       "\u2717 key 9: isn't a control (key 1\u20136, button 1\u20133, "
-                       "left/middle/right knob)\n"
-                       "\u2717 key 2: \"cmd c, cmd v\" isn't a single key chord\n"}));
-
-    writeBindings("\x89PNG\r\n\x1a\n\xff\xfe binary");
-    EXPECT_EQ(ruvola({"check"}),
-              (Outcome{1, "0 bindings\n", "\u2717 bindings.json isn't valid JSON\n"}));
-
-    fs::remove(bindings());
-    fs::create_directory(bindings());
-    EXPECT_EQ(ruvola({"check"}), (Outcome{0, "9 bindings\n", ""}));
-}
-
-TEST_F(CommandLine, DoctorReportsEveryCheck) {
-    const Outcome run = ruvola({"doctor"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "");
-    // The build tree's copy isn't the installed one, and no display or uinput is offered here.
-    EXPECT_TRUE(run.out.starts_with("\u2717 bundle: ")) << run.out;
-    EXPECT_NE(run.out.find("\n\u2717 pad: "), std::string::npos) << run.out;
-    EXPECT_TRUE(run.out.ends_with("\n")) << run.out;
-    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 3) << run.out;
-}
-
-TEST_F(CommandLine, InstalledCopyPassesTheBundleCheck) {
     QTemporaryDir prefix;
-    QProcess install;
-    install.start(CMAKE_COMMAND, {"--install", RUVOLA_BUILD_DIR, "--prefix", prefix.path()});
-    ASSERT_TRUE(install.waitForFinished(60000));
-    ASSERT_EQ(install.exitCode(), 0) << install.readAllStandardError().toStdString();
-    ASSERT_TRUE(
-        fs::exists(prefix.filePath("share/applications/ltd.fennick.ruvola.desktop").toStdString()));
+    const auto install =
+        run({"--install", RUVOLA_BUILD_DIR, "--prefix", prefix.path()}, CMAKE_COMMAND);
+    ASSERT_EQ(std::get<0>(install), 0) << std::get<2>(install);
+    // Run through a link from elsewhere: the copy it runs is the installed one.
+    fs::create_symlink(prefix.filePath("bin/ruvola").toStdString(),
+                       home.filePath("rv").toStdString());
+    EXPECT_TRUE(std::get<1>(run({"doctor"}, home.filePath("rv")))
+                    .starts_with("\u2713 bundle identifier is ltd.fennick.ruvola\n"));
+}
 
-    QProcess doctor;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("HOME", home_.path());
-    environment.remove("DISPLAY");
-    doctor.setProcessEnvironment(environment);
-    doctor.start(prefix.filePath("bin/ruvola"), {"doctor"});
-    ASSERT_TRUE(doctor.waitForFinished(30000));
-    EXPECT_TRUE(doctor.readAllStandardOutput().startsWith(
-        "\u2713 bundle identifier is ltd.fennick.ruvola\n"));
+TEST_F(CommandLine, WatchWaitsForAPadUntilCtrlC) {
+    QProcess watch;
+    watch.start(RUVOLA_EXECUTABLE, {"watch"});
+    ASSERT_TRUE(watch.waitForStarted());
+    // Interrupt only once the handler is in place: SigCgt lists the caught signals, SIGINT is
+    // bit 1.
+    const auto catchesInterrupt = [&] {
+        std::ifstream status("/proc/" + std::to_string(watch.processId()) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("SigCgt:")) {
+                return (std::stoull(line.substr(7), nullptr, 16) & 0x2) != 0;
+            }
+        }
+        return false;
+    };
+    ASSERT_TRUE(testing::waitUntil(catchesInterrupt));
+    ::kill(static_cast<pid_t>(watch.processId()), SIGINT);
+    ASSERT_TRUE(watch.waitForFinished(10000));
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 0);
+    // With no pad there is no status report, so nothing is printed.
+    EXPECT_EQ(watch.readAllStandardOutput().toStdString(), "");
 }
 
 } // namespace

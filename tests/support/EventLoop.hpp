@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QEventLoop>
 
 #include <chrono>
 
@@ -13,23 +12,15 @@ namespace ruvola::testing {
 template <typename Condition>
 bool waitUntil(Condition condition, std::chrono::milliseconds bound = std::chrono::seconds(5)) {
     const QDeadlineTimer deadline(bound);
-    while (!condition()) {
-        if (deadline.hasExpired()) {
-            return false;
-        }
+    while (!condition() && !deadline.hasExpired()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
     }
-    return true;
+    return condition();
 }
 
 /// Runs the event loop for `duration`, for the rare check that something does *not* happen.
 inline void runEventLoop(std::chrono::milliseconds duration) {
-    const QDeadlineTimer deadline(duration);
-    while (!deadline.hasExpired()) {
-        QCoreApplication::processEvents(
-            QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents,
-            static_cast<int>(std::max<qint64>(1, deadline.remainingTime())));
-    }
+    waitUntil([] { return false; }, duration);
 }
 
 } // namespace ruvola::testing

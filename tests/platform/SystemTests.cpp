@@ -1,0 +1,118 @@
+#include "Ruvola/platform/DirectoryWatcher.hpp"
+#include "Ruvola/platform/InputAccess.hpp"
+#include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Platform.hpp"
+#include "tests/support/EventLoop.hpp"
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <pwd.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+namespace {
+
+// The installed copy's bundle identifier is checked by running doctor from a real install.
+TEST(Installation, FindsTheUsersFoldersFromTheEnvironment) {
+    const auto platform = ruvola::platform::makePlatform();
+    const auto& installation = platform->installation();
+    setenv("HOME", "/home/tester", 1);
+    const std::vector<std::pair<const char*, const char*>> cases{
+        {nullptr, "/home/tester/.local/state/ruvola"},
+        {"/var/state", "/var/state/ruvola"},
+        {"relative/state", "/home/tester/.local/state/ruvola"},
+    };
+    for (const auto& [stateHome, expected] : cases) {
+        stateHome ? setenv("XDG_STATE_HOME", stateHome, 1) : unsetenv("XDG_STATE_HOME");
+        EXPECT_EQ(installation.logDirectory(), expected) << (stateHome ? stateHome : "unset");
+    }
+    EXPECT_EQ(installation.homeDirectory(), "/home/tester");
+    unsetenv("HOME");
+    EXPECT_EQ(installation.homeDirectory(), getpwuid(getuid())->pw_dir);
+}
+
+TEST(InputAccess, IsGrantedOnceTheDisplayOffersXTest) {
+    if (::access("/dev/uinput", W_OK) == 0) {
+        GTEST_SKIP() << "/dev/uinput is writable here, which grants access whatever the display";
+    }
+    const auto platform = ruvola::platform::makePlatform();
+    auto& inputAccess = platform->inputAccess();
+    unsetenv("DISPLAY");
+    EXPECT_FALSE(inputAccess.isTrusted());
+    int number = 90;
+    while (fs::exists("/tmp/.X11-unix/X" + std::to_string(number)) ||
+           fs::exists("/tmp/.X" + std::to_string(number) + "-lock")) {
+        ++number;
+    }
+    const QString display = QString(":%1").arg(number);
+    setenv("DISPLAY", display.toLocal8Bit().constData(), 1);
+    EXPECT_FALSE(inputAccess.isTrusted() || inputAccess.isTrusted()); // asked again, still no
+    const QString xvfb = QStandardPaths::findExecutable("Xvfb");
+    if (xvfb.isEmpty()) {
+        GTEST_SKIP() << "Xvfb is not installed";
+    }
+    QProcess server;
+    server.start(xvfb, {display, "-nolisten", "tcp", "-screen", "0", "320x240x24"});
+    ASSERT_TRUE(server.waitForStarted());
+    // The same object sees the display that appeared after it said no.
+    EXPECT_TRUE(ruvola::testing::waitUntil(
+        [&] { return inputAccess.isTrusted() || server.state() == QProcess::NotRunning; }, 10s));
+    EXPECT_TRUE(inputAccess.isTrusted()) << server.readAllStandardError().toStdString();
+    server.terminate();
+    server.waitForFinished();
+}
+
+// Saves in their usual styles and a removed directory are followed through the bindings store.
+TEST(DirectoryWatcher, ReportsChangesInTheDirectoryItHasTheNameOf) {
+    const auto descriptors = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    };
+    QTemporaryDir root;
+    const fs::path parent = root.path().toStdString(), directory = parent / "ruvola",
+                   old = parent / "old";
+    const auto platform = ruvola::platform::makePlatform();
+    const auto before = descriptors();
+    std::ofstream(parent / "file") << "";
+    for (const fs::path& path : {parent / "missing", parent / "file"}) {
+        EXPECT_FALSE(platform->makeDirectoryWatcher()->start(path, [] {})) << path;
+    }
+    EXPECT_EQ(descriptors(), before);
+
+    fs::create_directory(directory);
+    auto watcher = platform->makeDirectoryWatcher();
+    int calls = 0;
+    ASSERT_TRUE(watcher->start(directory, [&] { ++calls; }));
+    const std::vector<std::tuple<const char*, std::function<void()>, bool>> changes{
+        {"create", [&] { std::ofstream(directory / "a") << "{}"; }, true},
+        {"attributes", [&] { fs::permissions(directory / "a", fs::perms::owner_read); }, true},
+        {"rename out", [&] { fs::rename(directory / "a", parent / "a"); }, true},
+        {"a sibling", [&] { fs::create_directory(parent / "ruvolas"); }, false},
+        {"moved away", [&] { fs::rename(directory, old); }, true},
+        {"write in the old", [&] { std::ofstream(old / "a") << "{}"; }, false},
+        {"created again", [&] { fs::create_directory(directory); }, true},
+        {"write in the old", [&] { std::ofstream(old / "b") << "{}"; }, false},
+        {"write in the new", [&] { std::ofstream(directory / "b") << "{}"; }, true},
+    };
+    for (const auto& [name, change, reported] : changes) {
+        calls = 0;
+        change();
+        EXPECT_EQ(ruvola::testing::waitUntil([&] { return calls > 0; }, reported ? 5s : 100ms),
+                  reported)
+            << name;
+    }
+    calls = 0;
+    std::ofstream(directory / "c") << "{}"; // queued but not yet read
+    watcher.reset();
+    ruvola::testing::runEventLoop(100ms);
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(descriptors(), before);
+}
+
+} // namespace
