@@ -8,6 +8,7 @@ build_packages=(
   qt6-base-dev
   nlohmann-json3-dev liburiparser-dev
   libglib2.0-dev libxcb1-dev libudev-dev
+  libpulse-dev pulseaudio-utils
   fonts-noto-color-emoji fonts-open-sans
 )
 test_packages=(
@@ -15,6 +16,7 @@ test_packages=(
   clang-format
   xvfb shared-mime-info
   libbenchmark-dev
+  pulseaudio
 )
 
 wanted=("${build_packages[@]}")

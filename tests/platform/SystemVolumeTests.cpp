@@ -1,0 +1,149 @@
+#include "Ruvola/platform/linux/PulseSystemVolume.hpp"
+#include "tests/support/EventLoop.hpp"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using ruvola::platform::PulseSystemVolume;
+
+namespace {
+
+// A private PulseAudio daemon with one null sink, checked from outside with pactl.
+class SystemVolumeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const QString pulseaudio = QStandardPaths::findExecutable("pulseaudio");
+        if (pulseaudio.isEmpty() || QStandardPaths::findExecutable("pactl").isEmpty()) {
+            GTEST_SKIP() << "pulseaudio and pactl are not installed";
+        }
+        ASSERT_TRUE(dir_.isValid());
+        const QString socket = dir_.filePath("pa.sock");
+        // The daemon's cookie and state go into the temporary folder, not the user's home.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"HOME", "XDG_RUNTIME_DIR", "XDG_CONFIG_HOME"}) {
+            environment.insert(name, dir_.path());
+        }
+        server_.setProcessEnvironment(environment);
+        server_.start(pulseaudio,
+                      {"--daemonize=no", "-n", "--exit-idle-time=-1", "--use-pid-file=no",
+                       "--log-target=file:" + dir_.filePath("pa.log"), "-L",
+                       "module-null-sink sink_name=test", "-L",
+                       "module-native-protocol-unix auth-anonymous=1 socket=" + socket});
+        ASSERT_TRUE(server_.waitForStarted());
+        ASSERT_TRUE(ruvola::testing::waitUntil(
+            [&] {
+                return std::filesystem::exists(socket.toStdString()) ||
+                       server_.state() == QProcess::NotRunning;
+            },
+            10s));
+        ASSERT_EQ(server_.state(), QProcess::Running);
+        setenv("PULSE_SERVER", ("unix:" + socket).toLocal8Bit().constData(), 1);
+    }
+
+    void TearDown() override {
+        if (server_.state() != QProcess::NotRunning) {
+            server_.terminate();
+            server_.waitForFinished(5000);
+        }
+    }
+
+    static QString pactl(const QStringList& arguments) {
+        QProcess process;
+        process.start("pactl", arguments);
+        process.waitForFinished(5000);
+        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+        return QString::fromLocal8Bit(process.readAllStandardOutput());
+    }
+
+    // Every channel's level in percent, as pactl shows them.
+    static std::vector<int> percentages(const QString& sink) {
+        std::vector<int> result;
+        const auto matches = QRegularExpression(R"((\d+)%)")
+                                 .globalMatch(pactl({"get-sink-volume", sink}).section('\n', 0, 0));
+        for (auto it = matches; it.hasNext();) {
+            result.push_back(it.next().captured(1).toInt());
+        }
+        return result;
+    }
+
+    QTemporaryDir dir_;
+    QProcess server_;
+    PulseSystemVolume volume_;
+};
+
+TEST_F(SystemVolumeTest, ReadsTheAverageAndSetsEveryChannelOfTheDefaultSink) {
+    const std::vector<std::pair<QStringList, double>> reads{
+        {{"40%"}, 0.40}, {{"20%", "60%"}, 0.40}, {{"150%"}, 1.0}};
+    for (const auto& [levels, expected] : reads) {
+        pactl(QStringList{"set-sink-volume", "@DEFAULT_SINK@"} + levels);
+        const auto level = volume_.volume();
+        ASSERT_TRUE(level.has_value()) << levels.join(' ').toStdString();
+        EXPECT_NEAR(*level, expected, 0.005) << levels.join(' ').toStdString();
+    }
+    const std::vector<std::pair<double, int>> writes{{0.75, 75}, {1.7, 100}, {-0.2, 0}};
+    for (const auto& [level, percent] : writes) {
+        EXPECT_TRUE(volume_.setVolume(level)) << level;
+        EXPECT_EQ(percentages("@DEFAULT_SINK@"), std::vector<int>(2, percent)) << level;
+    }
+}
+
+TEST_F(SystemVolumeTest, MuteAgreesWithTheServer) {
+    EXPECT_EQ(volume_.isMuted(), false);
+    EXPECT_TRUE(volume_.setMuted(true));
+    EXPECT_EQ(pactl({"get-sink-mute", "@DEFAULT_SINK@"}).trimmed(), "Mute: yes");
+    EXPECT_EQ(volume_.isMuted(), true);
+    pactl({"set-sink-mute", "@DEFAULT_SINK@", "0"});
+    EXPECT_EQ(volume_.isMuted(), false);
+}
+
+TEST_F(SystemVolumeTest, FollowsTheDefaultSinkWhenItChanges) {
+    ASSERT_TRUE(volume_.setVolume(0.5));
+    pactl({"load-module", "module-null-sink", "sink_name=other"});
+    pactl({"set-default-sink", "other"});
+    EXPECT_TRUE(volume_.setVolume(0.3));
+    EXPECT_EQ(percentages("other"), std::vector<int>(2, 30));
+    EXPECT_EQ(percentages("test"), std::vector<int>(2, 50));
+    EXPECT_TRUE(volume_.setMuted(true));
+    EXPECT_EQ(pactl({"get-sink-mute", "test"}).trimmed(), "Mute: no");
+}
+
+// Stands in for a hung server: connections queue on the socket and never get an answer.
+TEST(SystemVolume, GivesUpQuicklyWithoutAWorkingServer) {
+    QTemporaryDir dir;
+    const std::string stuck = dir.filePath("stuck.sock").toStdString();
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, stuck.c_str(), sizeof(address.sun_path) - 1);
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(::listen(listener, 8), 0);
+
+    for (const std::string& server : {dir.filePath("missing.sock").toStdString(), stuck}) {
+        setenv("PULSE_SERVER", ("unix:" + server).c_str(), 1);
+        PulseSystemVolume volume(300ms);
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(volume.volume(), std::nullopt) << server;
+        EXPECT_FALSE(volume.setVolume(0.5)) << server;
+        EXPECT_EQ(volume.isMuted(), std::nullopt) << server;
+        EXPECT_FALSE(volume.setMuted(true)) << server;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << server;
+    }
+    // The default bound keeps to the contract's second.
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(PulseSystemVolume().volume(), std::nullopt);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1500ms);
+    ::close(listener);
+}
+
+} // namespace
