@@ -2,13 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <bit>
-#include <optional>
-#include <random>
-#include <string>
+#include <sstream>
 #include <unordered_set>
-#include <vector>
 
 namespace ruvola {
 namespace {
@@ -20,124 +15,84 @@ constexpr std::uint32_t cmd = modifierFlags::command;
 constexpr std::uint32_t shift = modifierFlags::shift;
 constexpr std::uint32_t opt = modifierFlags::option;
 constexpr std::uint32_t ctrl = modifierFlags::control;
+constexpr std::uint32_t all = cmd | shift | opt | ctrl;
 
-struct ChordCase {
-    std::string spec;
-    Chord expected;
-};
-
-TEST(KeySpecTest, ParsesOneChordWrittenAnyWay) {
-    const std::vector<ChordCase> cases = {
-        {"CMD Shift A", {0, cmd | shift}},
-        {"cmd+shift+4", {21, cmd | shift}},
-        {"cmd shift 4", {21, cmd | shift}},
-        {"\u2318\u21E74", {21, cmd | shift}},
-        {"4 cmd shift", {21, cmd | shift}},
-        {"Ctrl+Alt+Delete", {51, ctrl | opt}},
-        {"ctrl-a", {0, ctrl}},
-        {"\u2318a", {0, cmd}},
-        {"\u2325\u2303\u2318\u21E7f1", {122, cmd | shift | opt | ctrl}},
-        {"hyper k", {40, cmd | shift | opt | ctrl}},
-        {"meh k", {40, shift | opt | ctrl}},
-        {"cmd cmd a", {0, cmd}},
-        {"  cmd   a \t", {0, cmd}},
-        {"cmd comma", {43, cmd}},
-        {"-", {27, 0}},
-        {"cmd -", {27, cmd}},
-        {"enter", {36, 0}},
-        {"keypadenter", {76, 0}},
+TEST(KeySpecTest, ParsesEachTrigger) {
+    const std::pair<std::string, Trigger> cases[] = {
+        {"CMD Shift A", Trigger::chord({0, cmd | shift})},
+        {"cmd+shift+4", Trigger::chord({21, cmd | shift})},
+        {"\u2318\u21E74", Trigger::chord({21, cmd | shift})},
+        {"4 cmd shift", Trigger::chord({21, cmd | shift})},
+        {"Ctrl+Alt+Delete", Trigger::chord({51, ctrl | opt})},
+        {"ctrl-a", Trigger::chord({0, ctrl})},
+        {"\u2325\u2303\u2318\u21E7f1", Trigger::chord({122, all})},
+        {"hyper k", Trigger::chord({40, all})},
+        {"cmd cmd a", Trigger::chord({0, cmd})},
+        {"  cmd   a \t", Trigger::chord({0, cmd})},
+        {"cmd comma", Trigger::chord({43, cmd})},
+        {"-", Trigger::chord({27, 0})},
+        {"cmd -", Trigger::chord({27, cmd})},
+        {"cmd cmd", Trigger::doubleTap(cmd)},
+        {"shift+shift", Trigger::doubleTap(shift)},
+        {"Ctrl \u2303", Trigger::doubleTap(ctrl)},
+        {"cmd c, cmd v", Trigger::sequence({{8, cmd}, {9, cmd}})},
+        {"a,b,cmd cmd c", Trigger::sequence({{0, 0}, {11, 0}, {8, cmd}})},
     };
     for (const auto& [spec, expected] : cases) {
         const auto result = KeySpec::parse(spec);
         ASSERT_TRUE(result.ok()) << spec << ": " << result.error().description();
-        const Chord* chord = result->singleChord();
-        ASSERT_NE(chord, nullptr) << spec;
-        EXPECT_EQ(*chord, expected) << spec;
+        EXPECT_EQ(result.value(), expected) << spec;
+        EXPECT_EQ(result->singleChord() != nullptr, expected.as<Chord>() != nullptr) << spec;
     }
 }
-
-TEST(KeySpecTest, RepeatedModifierAloneIsADoubleTap) {
-    const std::vector<std::pair<std::string, std::uint32_t>> cases = {
-        {"cmd cmd", cmd},      {"shift+shift", shift}, {"\u2325\u2325", opt},
-        {"Ctrl \u2303", ctrl}, {"\u2318cmd", cmd},
-    };
-    for (const auto& [spec, modifier] : cases) {
-        const auto result = KeySpec::parse(spec);
-        ASSERT_TRUE(result.ok()) << spec << ": " << result.error().description();
-        EXPECT_EQ(result.value(), Trigger::doubleTap(modifier)) << spec;
-        EXPECT_EQ(result->singleChord(), nullptr) << spec;
-    }
-}
-
-TEST(KeySpecTest, CommasMakeASequence) {
-    const auto copyPaste = KeySpec::parse("cmd c, cmd v");
-    ASSERT_TRUE(copyPaste.ok());
-    EXPECT_EQ(copyPaste.value(), Trigger::sequence({{8, cmd}, {9, cmd}}));
-    EXPECT_EQ(copyPaste->singleChord(), nullptr);
-
-    // Each step may repeat a modifier without becoming a double-tap.
-    const auto repeated = KeySpec::parse("a,b,cmd cmd c");
-    ASSERT_TRUE(repeated.ok());
-    EXPECT_EQ(repeated.value(), Trigger::sequence({{0, 0}, {11, 0}, {8, cmd}}));
-}
-
-struct ErrorCase {
-    std::string spec;
-    Kind kind;
-    std::string payload;
-};
 
 TEST(KeySpecTest, RefusesWithTheOffendingPart) {
-    const std::vector<ErrorCase> cases = {
-        {"", Kind::empty, ""},
-        {"   ", Kind::empty, ""},
-        {"\t\u00A0\u3000", Kind::empty, ""},
-        {"++", Kind::empty, ""},
-        {"cmd", Kind::noKey, "cmd"},
-        {"Cmd Shift", Kind::noKey, "Cmd Shift"},
-        {"cmd+-", Kind::noKey, "cmd+-"},
-        {"\u2318", Kind::noKey, "\u2318"},
-        {"alt option", Kind::noKey, "alt option"},
-        {"shift shift, a", Kind::noKey, "shift shift"},
-        {"+", Kind::unknownToken, "+"},
-        {"cmd zz", Kind::unknownToken, "zz"},
-        {"cmd \u00C9", Kind::unknownToken, "\u00E9"},
-        {"zz a", Kind::unknownToken, "zz"},
-        {"a zz b", Kind::unknownToken, "zz"},
-        {"a, cmd zz", Kind::unknownToken, "zz"},
-        {"cmd\na", Kind::unknownToken, "cmd\na"},
-        {"a\u2318", Kind::unknownToken, "a\u2318"},
-        {"\u2318\u0301a", Kind::unknownToken, "\u2318\u0301a"},
-        {"\u2318\u2318\u0301", Kind::unknownToken, "\u2318\u0301"},
-        {"cmd a b", Kind::twoKeys, "cmd a b"},
-        {"a a", Kind::twoKeys, "a a"},
-        {"a b zz", Kind::twoKeys, "a b zz"},
-        {"a, X  Y", Kind::twoKeys, " X  Y"},
-        {"hyper hyper", Kind::badDoubleTap, "hyper hyper"},
-        {"Meh+Meh", Kind::badDoubleTap, "Meh+Meh"},
-        {"cmd c,", Kind::emptyStep, "cmd c,"},
-        {", a", Kind::emptyStep, ", a"},
-        {"a,,b", Kind::emptyStep, "a,,b"},
-        {"cmd zz,\u00A0", Kind::emptyStep, "cmd zz,\u00A0"},
-        {",", Kind::emptyStep, ","},
+    const std::pair<std::string, KeySpecError> cases[] = {
+        {"", {Kind::empty, ""}},
+        {"\t\u00A0\u3000", {Kind::empty, ""}},
+        {"++", {Kind::empty, ""}},
+        {"Cmd Shift", {Kind::noKey, "Cmd Shift"}},
+        {"cmd+-", {Kind::noKey, "cmd+-"}},
+        {"\u2318", {Kind::noKey, "\u2318"}},
+        {"shift shift, a", {Kind::noKey, "shift shift"}},
+        {"+", {Kind::unknownToken, "+"}},
+        {"cmd \u00C9", {Kind::unknownToken, "\u00E9"}},
+        {"zz a", {Kind::unknownToken, "zz"}},
+        {"a zz b", {Kind::unknownToken, "zz"}},
+        {"cmd\na", {Kind::unknownToken, "cmd\na"}},
+        {"a\u2318", {Kind::unknownToken, "a\u2318"}},
+        {"\u2318a\u2318", {Kind::unknownToken, "a\u2318"}},
+        {"-\u0301", {Kind::unknownToken, "-\u0301"}},
+        {"\u2318\u0301a", {Kind::unknownToken, "\u2318\u0301a"}},
+        {"\u2318\u2318\u0301", {Kind::unknownToken, "\u2318\u0301"}},
+        {"cmd \xFF", {Kind::unknownToken, "\uFFFD"}},
+        {"a\0b"s, {Kind::unknownToken, "a\0b"s}},
+        {"cmd a b", {Kind::twoKeys, "cmd a b"}},
+        {"a a", {Kind::twoKeys, "a a"}},
+        {"a b zz", {Kind::twoKeys, "a b zz"}},
+        {"a, X  Y", {Kind::twoKeys, " X  Y"}},
+        {"Meh+Meh", {Kind::badDoubleTap, "Meh+Meh"}},
+        {"cmd c,", {Kind::emptyStep, "cmd c,"}},
+        {"a,,b", {Kind::emptyStep, "a,,b"}},
+        {"cmd zz,\u00A0", {Kind::emptyStep, "cmd zz,\u00A0"}},
     };
-    for (const auto& [spec, kind, payload] : cases) {
+    for (const auto& [spec, error] : cases) {
         const auto result = KeySpec::parse(spec);
         ASSERT_FALSE(result.ok()) << spec;
-        EXPECT_EQ(result.error(), (KeySpecError{kind, payload})) << spec;
+        EXPECT_EQ(result.error(), error) << spec;
     }
 }
 
 TEST(KeySpecTest, DescribesEachErrorExactly) {
-    const std::vector<std::pair<KeySpecError, std::string>> cases = {
+    const std::pair<KeySpecError, std::string> cases[] = {
         {{Kind::unknownToken, "zz"}, "unknown key or modifier 'zz'"},
         {{Kind::noKey, "cmd"}, "'cmd' is modifiers with no key"},
         {{Kind::twoKeys, "cmd a b"}, "'cmd a b' has more than one key; use a comma for a sequence"},
         {{Kind::badDoubleTap, "meh meh"},
          "'meh meh' repeats a modifier but is not a plain double-tap"},
-        {{Kind::emptyStep, "cmd c,"},
-         "'cmd c,' has an empty step; comma separates a sequence, and the comma key is spelled "
-         "'comma'"},
+        {{Kind::emptyStep, "a,"},
+         "'a,' has an empty step; comma separates a sequence, and the "
+         "comma key is spelled 'comma'"},
         {{Kind::empty, ""}, "empty key spec"},
     };
     for (const auto& [error, text] : cases) {
@@ -146,10 +101,10 @@ TEST(KeySpecTest, DescribesEachErrorExactly) {
 }
 
 TEST(KeySpecTest, ModifierWordsAreExactLowerCaseWords) {
-    const std::vector<std::pair<std::string, std::optional<std::uint32_t>>> cases = {
-        {"command", cmd}, {"meta", cmd},  {"super", cmd},      {"option", opt},
-        {"opt", opt},     {"ctrl", ctrl}, {"hyper", 0x1E0000}, {"meh", 0xE0000},
-        {"Cmd", {}},      {"cmd ", {}},   {"\u2318", {}},      {"", {}},
+    const std::pair<std::string, std::optional<std::uint32_t>> cases[] = {
+        {"command", cmd}, {"meta", cmd},  {"super", cmd},    {"option", opt},
+        {"opt", opt},     {"ctrl", ctrl}, {"control", ctrl}, {"meh", 0xE0000},
+        {"Cmd", {}},      {"cmd ", {}},   {"\u2318", {}},    {"", {}},
     };
     for (const auto& [token, flags] : cases) {
         EXPECT_EQ(KeySpec::modifier(token), flags) << token;
@@ -159,61 +114,19 @@ TEST(KeySpecTest, ModifierWordsAreExactLowerCaseWords) {
 TEST(KeysTest, NamesEveryKeyWithItsCode) {
     const auto& names = Keys::byName();
     EXPECT_EQ(names.size(), 118u);
-    const std::vector<std::pair<std::string, std::uint16_t>> spotChecks = {
-        {"a", 0},           {"b", 11},       {"m", 46},
-        {"0", 29},          {"5", 23},       {"6", 22},
-        {"\\", 42},         {"`", 50},       {",", 43},
-        {"apostrophe", 39}, {"hyphen", 27},  {"rightbracket", 30},
-        {"return", 36},     {"enter", 36},   {"forwarddelete", 117},
-        {"esc", 53},        {"help", 114},   {"pagedown", 121},
-        {"up", 126},        {"f1", 122},     {"f17", 64},
-        {"f20", 90},        {"keypad8", 91}, {"keypadequal", 81},
-    };
-    for (const auto& [name, code] : spotChecks) {
-        const auto entry = names.find(name);
-        ASSERT_NE(entry, names.end()) << name;
-        EXPECT_EQ(entry->second, code) << name;
+    std::string codes;
+    std::istringstream spots(
+        "b m 0 5 6 \\ ` period apostrophe hyphen rightbracket return enter keypadenter "
+        "forwarddelete esc help pagedown up f1 f9 f17 f20 keypad8 keypadequal");
+    for (std::string name; spots >> name;) {
+        codes += std::to_string(names.at(name)) + " ";
     }
-    for (const std::string absent : {"A", "capslock", "shift", "volumeup", "keypadenter "}) {
-        EXPECT_EQ(names.count(absent), 0u) << absent;
+    EXPECT_EQ(codes,
+              "11 46 29 23 22 42 50 47 39 27 30 36 36 76 117 53 114 121 126 122 101 64 90 91 81 ");
+    for (const std::string absent : {"A", "capslock", "shift", "volumeup"}) {
+        EXPECT_FALSE(names.contains(absent)) << absent;
     }
-}
-
-TEST(KeySpecTest, ChordsHashByBothFields) {
-    const std::unordered_set<Chord> chords = {{0, 0}, {0, cmd}, {0, cmd}, {1, 0}};
-    EXPECT_EQ(chords.size(), 3u);
-}
-
-// Invalid UTF-8 shows as U+FFFD in a token; noise built from tricky pieces gives well-formed
-// triggers (and, under the sanitizers, no undefined behaviour).
-TEST(KeySpecTest, SurvivesArbitraryBytes) {
-    EXPECT_EQ(KeySpec::parse("cmd \xFF").error(), (KeySpecError{Kind::unknownToken, "\uFFFD"}));
-    EXPECT_EQ(KeySpec::parse("a\0b"s).error(), (KeySpecError{Kind::unknownToken, "a\0b"s}));
-
-    std::string longSpec = "\u2325a";
-    for (int i = 0; i < 50'000; ++i) {
-        longSpec += ", cmd \u2318\u2318a";
-    }
-    EXPECT_EQ(KeySpec::parse(longSpec)->as<std::vector<Chord>>()->size(), 50'001u);
-
-    const std::vector<std::string> pieces = {"a",      "cmd ", "b",   "\u2318", ",",    " ",
-                                             "\t",     "+",    "-",   "\xFF",   "\xE2", "\u0301",
-                                             "\u200D", "meh",  "\0"s, "\u00A0"};
-    std::mt19937 generator(20240611);
-    for (int round = 0; round < 20'000; ++round) {
-        std::string spec;
-        for (auto n = generator() % 10; n > 0; --n) {
-            spec += pieces[generator() % pieces.size()];
-        }
-        const auto result = KeySpec::parse(spec);
-        if (const auto* tap = result.ok() ? result->as<Trigger::DoubleTap>() : nullptr) {
-            EXPECT_TRUE(std::has_single_bit(tap->modifier)) << spec;
-        }
-        if (const auto* chords = result.ok() ? result->as<std::vector<Chord>>() : nullptr) {
-            const auto commas = std::count(spec.begin(), spec.end(), ',');
-            EXPECT_EQ(chords->size(), static_cast<std::size_t>(commas) + 1) << spec;
-        }
-    }
+    EXPECT_EQ(std::unordered_set<Chord>({{0, 0}, {0, cmd}, {0, cmd}, {1, 0}}).size(), 3u);
 }
 
 } // namespace

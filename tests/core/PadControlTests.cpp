@@ -1,116 +1,73 @@
+#include "Printers.hpp"
 #include "RuvolaCore/PadControl.hpp"
 #include "RuvolaCore/PadInput.hpp"
 #include "RuvolaCore/PadModel.hpp"
 
 #include <gtest/gtest.h>
 
-#include <iterator>
-#include <optional>
+#include <tuple>
 #include <unordered_set>
 
 namespace ruvola {
 namespace {
 
 TEST(PadControl, ParsesConfigNames) {
-    const std::optional<PadControl> none;
-    const struct {
-        const char* text;
-        std::optional<PadControl> expected;
-    } cases[] = {
-        {"key 1", PadControl::key(1)},
+    const std::pair<const char*, PadControl> named[] = {
         {"KEY 1", PadControl::key(1)},
-        {"Key   1", PadControl::key(1)},
-        {" key 1 ", PadControl::key(1)},
-        {"key 6", PadControl::key(6)},
+        {" Key   6 ", PadControl::key(6)},
         {"key +2", PadControl::key(2)},
-        {"key 02", PadControl::key(2)},
         {"button 3", PadControl::button(3)},
         {"Left Knob", PadControl::knob(Knob::left)},
-        {"middle knob", PadControl::knob(Knob::middle)},
         {"right  KNOB", PadControl::knob(Knob::right)},
-        {"", none},
-        {"key", none},
-        {"key1", none},
-        {"key 0", none},
-        {"key 7", none},
-        {"key -1", none},
-        {"key +-1", none},
-        {"key +", none},
-        {"key one", none},
-        {"key 99999999999", none},
-        {"key\t1", none},
-        {"\tkey 1", none},
-        {"key 1 2", none},
-        {"button 0", none},
-        {"button 4", none},
-        {"knob left", none},
-        {"top knob", none},
-        {"left knobs", none},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(PadControl::fromConfigName(c.text), c.expected) << '"' << c.text << '"';
+    for (const auto& [text, control] : named) {
+        EXPECT_EQ(PadControl::fromConfigName(text), control) << '"' << text << '"';
+    }
+    for (const char* text : {"", "key", "key1", "key 0", "key 7", "key +-1", "key +", "key one",
+                             "key 1x", "key 99999999999", "key\t1", "key 1 2", "button 4",
+                             "knob left", "top knob", "left knobs"}) {
+        EXPECT_EQ(PadControl::fromConfigName(text), std::nullopt) << '"' << text << '"';
     }
 }
 
 TEST(PadControl, AllListsTheTwelveControlsInOrderWithTheirNames) {
-    const struct {
-        const char* configName;
-        const char* description;
-    } expected[] = {
-        {"key 1", "Key 1"},
-        {"key 2", "Key 2"},
-        {"key 3", "Key 3"},
-        {"key 4", "Key 4"},
-        {"key 5", "Key 5"},
-        {"key 6", "Key 6"},
-        {"button 1", "Button 1"},
-        {"button 2", "Button 2"},
-        {"button 3", "Button 3"},
-        {"left knob", "Left Knob"},
-        {"middle knob", "Middle Knob"},
-        {"right knob", "Right Knob"},
-    };
-    const auto& all = PadControl::all();
-    ASSERT_EQ(all.size(), std::size(expected));
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        EXPECT_EQ(all[i].configName(), expected[i].configName);
-        EXPECT_EQ(all[i].description(), expected[i].description);
-        EXPECT_EQ(PadControl::fromConfigName(expected[i].configName), all[i]);
-        EXPECT_EQ(all[i].isKnob(), i >= 9) << expected[i].configName;
+    std::string names, descriptions;
+    for (const PadControl& control : PadControl::all()) {
+        names += control.configName() + ",";
+        descriptions += control.description() + ",";
+        EXPECT_EQ(PadControl::fromConfigName(control.configName()), control);
     }
-    EXPECT_EQ(std::unordered_set<PadControl>(all.begin(), all.end()).size(), 12u);
+    EXPECT_EQ(names, "key 1,key 2,key 3,key 4,key 5,key 6,button 1,button 2,button 3,"
+                     "left knob,middle knob,right knob,");
+    EXPECT_EQ(descriptions, "Key 1,Key 2,Key 3,Key 4,Key 5,Key 6,Button 1,Button 2,Button 3,"
+                            "Left Knob,Middle Knob,Right Knob,");
+    EXPECT_EQ(std::unordered_set(PadControl::all().begin(), PadControl::all().end()).size(), 12u);
 }
 
 TEST(PadInput, DescriptionAndControl) {
-    const struct {
-        PadInput input;
-        const char* description;
-        PadControl control;
-    } cases[] = {
-        {PadInput::key(4, true), "Key 4 down", PadControl::key(4)},
-        {PadInput::key(1, false), "Key 1 up", PadControl::key(1)},
-        {PadInput::button(2, false), "Button 2 up", PadControl::button(2)},
-        {PadInput::button(3, true), "Button 3 down", PadControl::button(3)},
-        {PadInput::knobTurn(Knob::left, 1), "Left knob +", PadControl::knob(Knob::left)},
-        {PadInput::knobTurn(Knob::right, -1), "Right knob \u2212", PadControl::knob(Knob::right)},
-        {PadInput::knobTurn(Knob::middle, 0), "Middle knob \u2212", PadControl::knob(Knob::middle)},
-        {PadInput::knobPress(Knob::left, false), "Left knob released",
-         PadControl::knob(Knob::left)},
-        {PadInput::knobPress(Knob::middle, true), "Middle knob pressed",
-         PadControl::knob(Knob::middle)},
+    using I = PadInput;
+    using C = PadControl;
+    constexpr Knob L = Knob::left, M = Knob::middle, R = Knob::right;
+    const std::tuple<PadInput, const char*, PadControl> cases[] = {
+        {I::key(4, true), "Key 4 down", C::key(4)},
+        {I::key(1, false), "Key 1 up", C::key(1)},
+        {I::button(2, false), "Button 2 up", C::button(2)},
+        {I::button(3, true), "Button 3 down", C::button(3)},
+        {I::knobTurn(L, 1), "Left knob +", C::knob(L)},
+        {I::knobTurn(R, -1), "Right knob \u2212", C::knob(R)},
+        {I::knobTurn(M, 0), "Middle knob \u2212", C::knob(M)},
+        {I::knobPress(R, false), "Right knob released", C::knob(R)},
+        {I::knobPress(M, true), "Middle knob pressed", C::knob(M)},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.input.description(), c.description);
-        EXPECT_EQ(c.input.control(), c.control) << c.description;
+    for (const auto& [input, description, control] : cases) {
+        EXPECT_EQ(input.description(), description);
+        EXPECT_EQ(input.control(), control) << description;
     }
 }
 
 TEST(PadModel, MatchesOnlyTheSupportedIdentifiers) {
-    ASSERT_EQ(PadModel::supported().size(), 1u);
     const PadModel se{"Soomfon Stream Controller SE", 0x1500, 0x3001};
-    EXPECT_EQ(PadModel::supported()[0], se);
     EXPECT_EQ(PadModel::matching(0x1500, 0x3001), se);
-    EXPECT_EQ(PadModel::matching(0x3001, 0x1500), std::nullopt);
     EXPECT_EQ(PadModel::matching(0x1500, 0x3002), std::nullopt);
     EXPECT_EQ(PadModel::matching(0x1501, 0x3001), std::nullopt);
 }
