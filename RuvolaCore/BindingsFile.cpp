@@ -66,7 +66,8 @@ bool clashes(const PadBinding& earlier, const PadBinding& later) {
 } // namespace
 
 BindingsFile BindingsFile::parse(std::string_view bytes) {
-    if (nestsTooDeeply(bytes)) {
+    // A NUL byte is never valid JSON, and the reader would stop at it, ignoring what follows.
+    if (bytes.find('\0') != std::string_view::npos || nestsTooDeeply(bytes)) {
         return documentProblem(invalidJSON);
     }
     json document;
