@@ -30,7 +30,7 @@ public:
     /// Reads the feature report `reportID` into a zeroed buffer of `length` bytes, the first of
     /// which is the report ID. Returns the bytes the device gave, or nothing when the read failed.
     virtual std::optional<std::vector<std::uint8_t>> featureReport(std::uint8_t reportID,
-                                                                  std::size_t length) = 0;
+                                                                   std::size_t length) = 0;
 };
 
 /// What a HID interface must be to be reported: both identifiers and the primary usage page of
