@@ -14,10 +14,12 @@ using Bytes = std::vector<std::uint8_t>;
 
 // "CRT" 0x00 0x00, the mnemonic, the payload, zeros up to 1024 bytes.
 Report framed(const std::string& mnemonic, const Bytes& payload = {}) {
-    Report report{'C', 'R', 'T', 0, 0};
-    report.insert(report.end(), mnemonic.begin(), mnemonic.end());
-    report.insert(report.end(), payload.begin(), payload.end());
-    report.resize(1024, 0);
+    Report report(1024, 0);
+    const std::string prefix("CRT\0\0", 5);
+    std::copy(prefix.begin(), prefix.end(), report.begin());
+    std::copy(mnemonic.begin(), mnemonic.end(), report.begin() + 5);
+    std::copy(payload.begin(), payload.end(),
+              report.begin() + 5 + static_cast<std::ptrdiff_t>(mnemonic.size()));
     return report;
 }
 
