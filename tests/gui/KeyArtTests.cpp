@@ -16,9 +16,8 @@
 namespace ruvola {
 namespace {
 
-PadBinding key(std::optional<std::string> icon, std::string name,
-               std::optional<std::string> color = std::nullopt) {
-    return PadBinding{.control = PadControl::key(1), .name = name, .icon = icon, .color = color};
+PadBinding key(std::optional<std::string> icon, std::string name) {
+    return PadBinding{.control = PadControl::key(1), .name = name, .icon = icon};
 }
 
 QImage upright(const std::string& icon, const std::string& name,
@@ -56,27 +55,21 @@ TEST(KeyArt, OnlySpacesAndTabsCountAsBlank) {
 }
 
 TEST(KeyArt, InkContrastsWithTheBackground) {
-    const QRgb standard = qRgb(0x1c, 0x1c, 0x1e);
-    const QRgb dark = qRgb(17, 17, 17);
-    const QRgb white = qRgb(255, 255, 255);
+    const QRgb standard = qRgb(0x1c, 0x1c, 0x1e), dark = qRgb(17, 17, 17),
+               white = qRgb(255, 255, 255);
     const struct {
         std::optional<std::string> color;
-        QRgb background;
-        QRgb ink;
-    } cases[] = {
-        {std::nullopt, standard, white},
-        {"#FFFFFF", white, dark},
-        {"#000000", qRgb(0, 0, 0), white},
-        {"#777777", qRgb(0x77, 0x77, 0x77), white},
-        {"#bbbbbb", qRgb(0xbb, 0xbb, 0xbb), dark},
-        {"#ff0000", qRgb(255, 0, 0), white},
-        {"#00FF00", qRgb(0, 255, 0), dark},
-        {"#0000ff", qRgb(0, 0, 255), white},
-        {"#12345", standard, white},
-        {"red", standard, white},
-        {"#12345g", standard, white},
-        {"#0x1234", standard, white},
-    };
+        QRgb background, ink;
+    } cases[] = {{std::nullopt, standard, white},
+                 {"#FFFFFF", white, dark},
+                 {"#777777", qRgb(0x77, 0x77, 0x77), white},
+                 {"#bbbbbb", qRgb(0xbb, 0xbb, 0xbb), dark},
+                 {"#ff0000", qRgb(255, 0, 0), white},
+                 {"#00FF00", qRgb(0, 255, 0), dark},
+                 {"#12345", standard, white},
+                 {"red", standard, white},
+                 {"#12345g", standard, white},
+                 {"#0x1234", standard, white}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.color.value_or("no colour"));
         const QImage image = upright("", "H", c.color);
@@ -117,14 +110,12 @@ TEST(KeyArt, WrapTakesTheLargestSizeThatFits) {
         QString name;
         std::vector<QString> lines;
         int size;
-    } cases[] = {
-        {"Aa Bb Cc Dd", {"Aa Bb", "Cc Dd"}, 16},
-        {"Aa\nBb", {"Aa Bb"}, 16},
-        {"Brightness Up", {"Brightness", "Up"}, 11},
-        {many, {many}, 8},
-        {word, {word}, 8},
-        {"\n", {}, 16},
-    };
+    } cases[] = {{"Aa Bb Cc Dd", {"Aa Bb", "Cc Dd"}, 16},
+                 {"Aa\nBb", {"Aa Bb"}, 16},
+                 {"Brightness Up", {"Brightness", "Up"}, 11},
+                 {many, {many}, 8},
+                 {word, {word}, 8},
+                 {"\n", {}, 16}};
     for (const auto& c : cases) {
         const KeyArt::Wrapped wrapped = KeyArt::wrap(c.name);
         EXPECT_EQ(wrapped.lines, c.lines) << c.name.toStdString();
