@@ -10,6 +10,8 @@ class HidDiscovery;
 class HidManager;
 class InputAccess;
 class Installation;
+class Processes;
+class SystemVolume;
 
 /// The operating system's services, behind one small interface each. The backend is chosen once,
 /// by the build, and reached only through `makePlatform()`.
@@ -22,6 +24,8 @@ public:
     virtual Desktop& desktop() = 0;
     virtual InputAccess& inputAccess() = 0;
     virtual const Installation& installation() const = 0;
+    virtual Processes& processes() = 0;
+    virtual SystemVolume& systemVolume() = 0;
     virtual const HidDiscovery& hidDiscovery() const = 0;
 };
 

@@ -3,6 +3,8 @@
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
 #include "Ruvola/platform/linux/LinuxInstallation.hpp"
+#include "Ruvola/platform/linux/PulseSystemVolume.hpp"
+#include "Ruvola/platform/linux/SpawnProcesses.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
 
@@ -22,12 +24,16 @@ public:
     InputAccess& inputAccess() override { return inputAccess_; }
     const Installation& installation() const override { return installation_; }
     const HidDiscovery& hidDiscovery() const override { return hidDiscovery_; }
+    Processes& processes() override { return processes_; }
+    SystemVolume& systemVolume() override { return systemVolume_; }
 
 private:
     GioDesktop desktop_;
     LinuxInputAccess inputAccess_;
     LinuxInstallation installation_;
     UdevHidDiscovery hidDiscovery_;
+    SpawnProcesses processes_;
+    PulseSystemVolume systemVolume_;
 };
 
 } // namespace
