@@ -9,6 +9,7 @@ build_packages=(
   nlohmann-json3-dev liburiparser-dev
   libglib2.0-dev libxcb1-dev libudev-dev
   libpulse-dev pulseaudio-utils
+  libx11-dev libxtst-dev
   fonts-noto-color-emoji fonts-open-sans
 )
 test_packages=(

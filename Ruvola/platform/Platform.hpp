@@ -11,6 +11,7 @@ class HidManager;
 class InputAccess;
 class Installation;
 class Processes;
+class SyntheticInput;
 class SystemVolume;
 
 /// The operating system's services, behind one small interface each. The backend is chosen once,
@@ -26,6 +27,7 @@ public:
     virtual const Installation& installation() const = 0;
     virtual Processes& processes() = 0;
     virtual SystemVolume& systemVolume() = 0;
+    virtual SyntheticInput& syntheticInput() = 0;
     virtual const HidDiscovery& hidDiscovery() const = 0;
 };
 

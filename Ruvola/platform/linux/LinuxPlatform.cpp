@@ -7,6 +7,7 @@
 #include "Ruvola/platform/linux/SpawnProcesses.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
+#include "Ruvola/platform/linux/XTestSyntheticInput.hpp"
 
 namespace ruvola::platform {
 
@@ -26,6 +27,7 @@ public:
     const HidDiscovery& hidDiscovery() const override { return hidDiscovery_; }
     Processes& processes() override { return processes_; }
     SystemVolume& systemVolume() override { return systemVolume_; }
+    SyntheticInput& syntheticInput() override { return syntheticInput_; }
 
 private:
     GioDesktop desktop_;
@@ -34,6 +36,7 @@ private:
     UdevHidDiscovery hidDiscovery_;
     SpawnProcesses processes_;
     PulseSystemVolume systemVolume_;
+    XTestSyntheticInput syntheticInput_;
 };
 
 } // namespace

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Ruvola/platform/SyntheticInput.hpp"
+
+namespace ruvola::platform {
+
+/// Key events faked with XTest on the X display named by `$DISPLAY`. Each call opens its own
+/// connection, so calls on different threads share nothing. Characters missing from the keyboard
+/// are bound to unused keycodes for the duration of the call.
+class XTestSyntheticInput final : public SyntheticInput {
+public:
+    bool post(const Chord& chord) override;
+    bool type(const std::string& utf8) override;
+};
+
+} // namespace ruvola::platform
