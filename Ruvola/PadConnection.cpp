@@ -24,16 +24,20 @@ PadConnection::PadConnection(std::unique_ptr<platform::HidManager> manager,
     keepalive_.setInterval(keepaliveInterval);
     QObject::connect(&keepalive_, &QTimer::timeout, [this] { send(PadProtocol::keepalive()); });
 
-    std::vector<platform::HidMatch> matching;
-    for (const PadModel& model : PadModel::supported()) {
-        matching.push_back({model.vendorID, model.productID, PadProtocol::usagePage});
-    }
     manager_->start(
-        std::move(matching), [this](platform::HidDevice& device) { attach(device); },
+        supportedPads(), [this](platform::HidDevice& device) { attach(device); },
         [this](platform::HidDevice& device) { detach(device); });
 }
 
 PadConnection::~PadConnection() = default;
+
+std::vector<platform::HidMatch> PadConnection::supportedPads() {
+    std::vector<platform::HidMatch> matching;
+    for (const PadModel& model : PadModel::supported()) {
+        matching.push_back({model.vendorID, model.productID, PadProtocol::usagePage});
+    }
+    return matching;
+}
 
 void PadConnection::attach(platform::HidDevice& device) {
     const auto model = PadModel::matching(device.vendorID(), device.productID());

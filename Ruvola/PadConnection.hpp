@@ -13,12 +13,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace ruvola {
 
 namespace platform {
 class HidDevice;
 class HidManager;
+struct HidMatch;
 } // namespace platform
 
 /// The USB link to the pad: finds it, starts it, keeps it awake, decodes its input, sends what it
@@ -40,6 +42,9 @@ public:
     };
 
     /// Starts looking for pads through `manager`; nothing is reported during construction.
+    /// What the HID side must report for a supported pad: its ids on the command interface.
+    static std::vector<platform::HidMatch> supportedPads();
+
     explicit PadConnection(
         std::unique_ptr<platform::HidManager> manager,
         std::chrono::milliseconds keepaliveInterval = PadProtocol::keepaliveInterval);

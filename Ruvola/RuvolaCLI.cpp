@@ -44,14 +44,6 @@ CLIResult check(platform::Platform& platform) {
     return result;
 }
 
-std::vector<platform::HidMatch> supportedPads() {
-    std::vector<platform::HidMatch> matching;
-    for (const PadModel& model : PadModel::supported()) {
-        matching.push_back({model.vendorID, model.productID, PadProtocol::usagePage});
-    }
-    return matching;
-}
-
 std::string inputLine(const PadInput& input) {
     const auto pressOrRelease = [](bool pressed) { return pressed ? "press" : "release"; };
     const std::string event = std::visit(
@@ -119,7 +111,7 @@ std::optional<CLIResult> RuvolaCLI::handleCLI(const std::vector<std::string>& ar
 }
 
 std::vector<DiagnosticCheck> RuvolaCLI::diagnosticChecks(platform::Platform& platform) {
-    const auto pads = platform.hidDiscovery().attached(supportedPads());
+    const auto pads = platform.hidDiscovery().attached(PadConnection::supportedPads());
     std::vector<DiagnosticCheck> checks{
         {"pad", !pads.empty(), "a supported pad is plugged in",
          "plug in a Soomfon Stream Controller SE (CN002)"},
