@@ -15,9 +15,6 @@ public:
     /// install prefix holds the application's desktop entry), else nothing.
     virtual std::optional<std::string> bundleIdentifier() const = 0;
 
-    /// The running executable's file name ("ruvola").
-    virtual std::string executableName() const = 0;
-
     /// How to run the installed copy, as a sentence beginning in lower case.
     virtual std::string bundleRemedy() const = 0;
 

@@ -9,10 +9,13 @@ namespace ruvola::platform {
 class LinuxInstallation final : public Installation {
 public:
     std::optional<std::string> bundleIdentifier() const override;
-    std::string executableName() const override;
     std::string bundleRemedy() const override;
     std::filesystem::path homeDirectory() const override;
     std::filesystem::path logDirectory() const override;
+
+private:
+    /// The running executable's file name ("ruvola").
+    std::string executableName() const;
 };
 
 } // namespace ruvola::platform
