@@ -9,7 +9,8 @@ build_packages=(
   nlohmann-json3-dev liburiparser-dev
   libglib2.0-dev libxcb1-dev libudev-dev
   libpulse-dev pulseaudio-utils
-  libx11-dev libxtst-dev
+  xdg-utils
+  libx11-dev libxtst-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
   fonts-noto-color-emoji fonts-open-sans
 )
 test_packages=(
@@ -18,6 +19,7 @@ test_packages=(
   xvfb shared-mime-info
   libbenchmark-dev
   pulseaudio
+  openbox xdotool trayer imagemagick dbus
 )
 
 wanted=("${build_packages[@]}")

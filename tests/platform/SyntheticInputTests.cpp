@@ -1,8 +1,7 @@
 #include "Ruvola/platform/linux/XTestSyntheticInput.hpp"
 #include "tests/support/EventLoop.hpp"
+#include "tests/support/Servers.hpp"
 
-#include <QProcess>
-#include <QStandardPaths>
 #include <gtest/gtest.h>
 
 #include <X11/Xlib.h>
@@ -31,19 +30,12 @@ struct Press {
 class FocusedWindow : public ::testing::Test {
 protected:
     void SetUp() override {
-        const QString xvfb = QStandardPaths::findExecutable("Xvfb");
-        if (xvfb.isEmpty()) {
-            GTEST_SKIP() << "Xvfb is not installed";
+        if (const std::string missing = testing::XServer::missing(false); !missing.empty()) {
+            GTEST_SKIP() << missing;
         }
-        // Xvfb picks a free display itself and says which, so parallel tests never collide.
-        server_.start(xvfb, {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
-        ASSERT_TRUE(server_.waitForStarted());
-        ASSERT_TRUE(testing::waitUntil([&] { return server_.canReadLine(); }, 10s));
-        const std::string name = ":" + server_.readLine().trimmed().toStdString();
-        setenv("DISPLAY", name.c_str(), 1);
+        ASSERT_TRUE(server_.start(false));
         ASSERT_TRUE(testing::waitUntil(
-            [&] { return (display_ = XOpenDisplay(name.c_str())) != nullptr; }, 10s))
-            << server_.readAllStandardError().toStdString();
+            [&] { return (display_ = XOpenDisplay(server_.display().c_str())) != nullptr; }, 10s));
         const Window window =
             XCreateSimpleWindow(display_, DefaultRootWindow(display_), 0, 0, 200, 100, 0, 0, 0);
         XSelectInput(display_, window, KeyPressMask);
@@ -59,9 +51,7 @@ protected:
         if (display_ != nullptr) {
             XCloseDisplay(display_);
         }
-        server_.terminate();
-        server_.waitForFinished();
-        unsetenv("DISPLAY");
+        server_.stop();
     }
 
     // The next `count` presses of non-modifier keys, reading while the input is being sent since
@@ -96,7 +86,7 @@ protected:
     }
 
     static constexpr unsigned int significant = ShiftMask | ControlMask | Mod1Mask | Mod4Mask;
-    QProcess server_;
+    testing::XServer server_;
     Display* display_ = nullptr;
     platform::XTestSyntheticInput input_;
 };

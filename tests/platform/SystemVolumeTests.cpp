@@ -1,5 +1,6 @@
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
 #include "tests/support/EventLoop.hpp"
+#include "tests/support/Servers.hpp"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -23,33 +24,10 @@ namespace {
 class SystemVolumeTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const QString pulseaudio = QStandardPaths::findExecutable("pulseaudio");
-        if (pulseaudio.isEmpty() || QStandardPaths::findExecutable("pactl").isEmpty()) {
-            GTEST_SKIP() << "pulseaudio and pactl are not installed";
+        if (const std::string missing = ruvola::testing::PulseServer::missing(); !missing.empty()) {
+            GTEST_SKIP() << missing;
         }
-        const QString socket = dir_.filePath("pa.sock");
-        // The daemon's cookie and state go into the temporary folder, not the user's home.
-        for (const char* name : {"HOME", "XDG_RUNTIME_DIR", "XDG_CONFIG_HOME"}) {
-            setenv(name, dir_.path().toLocal8Bit().constData(), 1);
-        }
-        server_.start(pulseaudio,
-                      {"--daemonize=no", "-n", "--exit-idle-time=-1", "--use-pid-file=no",
-                       "--log-target=file:" + dir_.filePath("pa.log"), "-L",
-                       "module-null-sink sink_name=test", "-L",
-                       "module-native-protocol-unix auth-anonymous=1 socket=" + socket});
-        ASSERT_TRUE(ruvola::testing::waitUntil(
-            [&] {
-                return std::filesystem::exists(socket.toStdString()) ||
-                       server_.state() == QProcess::NotRunning;
-            },
-            10s));
-        ASSERT_EQ(server_.state(), QProcess::Running);
-        setenv("PULSE_SERVER", ("unix:" + socket).toLocal8Bit().constData(), 1);
-    }
-
-    void TearDown() override {
-        server_.terminate();
-        server_.waitForFinished(5000);
+        ASSERT_TRUE(server_.start(dir_.path()));
     }
 
     static QString pactl(const QStringList& arguments) {
@@ -71,7 +49,7 @@ protected:
     }
 
     QTemporaryDir dir_;
-    QProcess server_;
+    ruvola::testing::PulseServer server_;
     PulseSystemVolume volume_;
 };
 

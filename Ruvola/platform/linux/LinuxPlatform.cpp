@@ -1,13 +1,17 @@
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/platform/linux/EwmhApplications.hpp"
 #include "Ruvola/platform/linux/GioDesktop.hpp"
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
 #include "Ruvola/platform/linux/LinuxInstallation.hpp"
+#include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
 #include "Ruvola/platform/linux/SpawnProcesses.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
 #include "Ruvola/platform/linux/XTestSyntheticInput.hpp"
+
+#include <mutex>
 
 namespace ruvola::platform {
 
@@ -21,15 +25,25 @@ public:
     std::unique_ptr<HidManager> makeHidManager() override {
         return std::make_unique<UdevHidManager>();
     }
+    std::unique_ptr<FrontmostWatcher> makeFrontmostWatcher() override {
+        return std::make_unique<EwmhFrontmostWatcher>();
+    }
+    Applications& applications() override { return applications_; }
     Desktop& desktop() override { return desktop_; }
     InputAccess& inputAccess() override { return inputAccess_; }
     const Installation& installation() const override { return installation_; }
     const HidDiscovery& hidDiscovery() const override { return hidDiscovery_; }
     Processes& processes() override { return processes_; }
+    // Made on first use: the virtual keyboard it may create is only wanted by the application.
+    SystemKeys& systemKeys() override {
+        std::call_once(systemKeysMade_, [this] { systemKeys_ = std::make_unique<LinuxSystemKeys>(); });
+        return *systemKeys_;
+    }
     SystemVolume& systemVolume() override { return systemVolume_; }
     SyntheticInput& syntheticInput() override { return syntheticInput_; }
 
 private:
+    EwmhApplications applications_;
     GioDesktop desktop_;
     LinuxInputAccess inputAccess_;
     LinuxInstallation installation_;
@@ -37,6 +51,8 @@ private:
     SpawnProcesses processes_;
     PulseSystemVolume systemVolume_;
     XTestSyntheticInput syntheticInput_;
+    std::once_flag systemKeysMade_;
+    std::unique_ptr<LinuxSystemKeys> systemKeys_;
 };
 
 } // namespace

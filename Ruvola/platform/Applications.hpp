@@ -1,0 +1,87 @@
+#pragma once
+
+#include "RuvolaCore/ActionCompletion.hpp"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ruvola::platform {
+
+/// One running application, as the desktop groups its windows.
+struct RunningApplication {
+    /// The name people know it by, e.g. "Firefox" (on X11 the class of its windows' WM_CLASS).
+    std::string name;
+    /// The identifier its "when" bindings use: its desktop entry's id without ".desktop" where
+    /// one is known, e.g. "org.gnome.TextEditor"; else the instance of its WM_CLASS.
+    std::string identifier;
+    /// The full path of its desktop entry, empty when none is known.
+    std::string desktopEntry;
+    /// Its process, 0 when unknown.
+    std::int64_t pid = 0;
+    /// The backend's own key for the group of windows; only meaningful to the same backend.
+    std::string key;
+
+    bool operator==(const RunningApplication&) const = default;
+};
+
+/// Decides whether an application, given by its name and the id of its desktop entry (without
+/// ".desktop"; empty when it has none), is the one an action names.
+using ApplicationMatch = std::function<bool(const std::string& name, const std::string& id)>;
+
+/// The desktop's running applications and their windows, and the starting of applications.
+///
+/// Contract:
+/// - Every call may be made from any thread, and from many at once.
+/// - Without a desktop session that offers this (no X display, no window manager) `frontmost`
+///   gives none, `running` gives an empty list, and the window operations give false.
+/// - Calls are synchronous but never wait on the applications themselves, only on the display.
+class Applications {
+public:
+    virtual ~Applications() = default;
+
+    /// The application of the active window; none when no window is active.
+    virtual std::optional<RunningApplication> frontmost() = 0;
+
+    /// The applications that have windows, each once, in the order the window manager lists
+    /// their first windows.
+    virtual std::vector<RunningApplication> running() = 0;
+
+    /// Hides (iconifies) every window of the application. False when nothing could be hidden.
+    virtual bool hide(const RunningApplication& application) = 0;
+
+    /// Shows every hidden window of the application again and makes one of them active.
+    virtual bool activate(const RunningApplication& application) = 0;
+
+    /// Whether the application has a normal window that is mapped and not hidden.
+    virtual bool hasVisibleWindow(const RunningApplication& application) = 0;
+
+    /// Whether the application is the desktop's file manager (the handler of folders).
+    virtual bool isFileManager(const RunningApplication& application) = 0;
+
+    /// Starts the first installed application whose desktop entry `matches` (by its name or id);
+    /// failing that, the program called `name` on `PATH`. Returns once it has been started, not
+    /// when it ends. An application that can't be found or started gives `CouldNotLaunch` with
+    /// the reason.
+    virtual ActionCompletion launch(const std::string& name, const ApplicationMatch& matches) = 0;
+
+    /// Starts the application's desktop entry again, which asks a running application for a new
+    /// window. Success, doing nothing, when it has no desktop entry.
+    virtual ActionCompletion reopen(const RunningApplication& application) = 0;
+};
+
+/// Reports, on the main thread, each time another application comes to the front. Momentary
+/// gaps with no active window (a window manager between two windows) are not reported.
+class FrontmostWatcher {
+public:
+    virtual ~FrontmostWatcher() = default;
+
+    /// Starts watching; `changed` is called from the event loop. False when there is nothing to
+    /// watch (no X display).
+    virtual bool start(std::function<void()> changed) = 0;
+};
+
+} // namespace ruvola::platform

@@ -1,0 +1,7 @@
+#include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
+
+namespace ruvola::platform {
+
+void LinuxSystemKeys::press(Key, bool, Tap) {}
+
+} // namespace ruvola::platform
