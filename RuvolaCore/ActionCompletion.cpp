@@ -38,6 +38,9 @@ std::string ActionFailure::description() const {
                 return "exited with status " + std::to_string(failure.status);
             },
             [](const Signaled& failure) { return "terminated by " + signalName(failure.signal); },
+            [](const CouldNotPostInput&) {
+                return std::string("could not create synthetic input");
+            },
         },
         reason);
 }

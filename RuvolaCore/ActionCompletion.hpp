@@ -23,10 +23,15 @@ struct ActionFailure {
         bool operator==(const Signaled&) const = default;
     };
 
-    std::variant<CouldNotLaunch, Exited, Signaled> reason;
+    /// A synthetic keyboard event could not be made or delivered.
+    struct CouldNotPostInput {
+        bool operator==(const CouldNotPostInput&) const = default;
+    };
+
+    std::variant<CouldNotLaunch, Exited, Signaled, CouldNotPostInput> reason;
 
     /// "could not launch: …", "exited with status 3", "terminated by SIGKILL", "terminated by
-    /// signal 30".
+    /// signal 30", "could not create synthetic input".
     std::string description() const;
 
     bool operator==(const ActionFailure&) const = default;

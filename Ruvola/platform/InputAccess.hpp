@@ -14,6 +14,10 @@ public:
 
     /// What the user can do to grant access, as a sentence beginning in lower case.
     virtual std::string remedy() const = 0;
+
+    /// What the log says after a control's name when an action is refused for lack of access:
+    /// which access is missing and where it is granted.
+    virtual std::string refusal() const = 0;
 };
 
 } // namespace ruvola::platform

@@ -50,4 +50,8 @@ std::string LinuxInputAccess::remedy() const {
            "(70-ruvola-uinput.rules, put in place by cmake --install) and restart the computer";
 }
 
+std::string LinuxInputAccess::refusal() const {
+    return "needs input access: an X11 session, or Ruvola's udev rule for /dev/uinput";
+}
+
 } // namespace ruvola::platform

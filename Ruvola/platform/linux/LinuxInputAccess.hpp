@@ -9,6 +9,7 @@ class LinuxInputAccess final : public InputAccess {
 public:
     bool isTrusted() override;
     std::string remedy() const override;
+    std::string refusal() const override;
 
 private:
     // The display last seen offering XTest; a display that fails is asked again on the next call.

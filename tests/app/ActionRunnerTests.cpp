@@ -1,0 +1,296 @@
+#include "Ruvola/ActionRunner.hpp"
+#include "Ruvola/platform/SystemVolume.hpp"
+#include "RuvolaCore/BindingsFile.hpp"
+#include "fakes/TestPlatform.hpp"
+#include "support/EventLoop.hpp"
+#include "support/HttpRecorder.hpp"
+#include "support/RecordingLogger.hpp"
+#include "support/Servers.hpp"
+
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+
+namespace ruvola {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::RecordingLogger;
+using testing::waitUntil;
+using Key = platform::SystemKeys::Key;
+using Tap = platform::SystemKeys::Tap;
+using Press = testing::RecordingSystemKeys::Press;
+
+class ActionRunnerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        setenv("HOME", home_.path().toLocal8Bit().constData(), 1);
+        platform_.inputAccessOverride = &access_;
+        platform_.systemKeysOverride = &keys_;
+    }
+
+    ActionRunner& runner() {
+        if (!runner_) {
+            runner_ = std::make_unique<ActionRunner>(logger_, platform_, 3s);
+        }
+        return *runner_;
+    }
+
+    void press(const PadAction& action, const std::string& name = "Run",
+               const BindingsFile& file = {}) {
+        runner().run(action, {PadControl::key(1), name, {}, action}, file);
+    }
+
+    bool logged(const std::string& line, std::chrono::milliseconds bound = 10s) {
+        return waitUntil([&] { return logger_.contains(line); }, bound);
+    }
+
+    std::string path(const char* name) const { return home_.filePath(name).toStdString(); }
+
+    QTemporaryDir home_;
+    RecordingLogger logger_;
+    testing::FakeInputAccess access_;
+    testing::RecordingSystemKeys keys_;
+    testing::TestPlatform platform_;
+    std::unique_ptr<ActionRunner> runner_;
+};
+
+TEST_F(ActionRunnerTest, LocalWorkRunsOnThreadsOfItsOwnAndLogsEachOutcome) {
+    // Still sleeping when everything after it has finished: nothing waits behind it.
+    press(PadAction::shell("echo $$ > \"$HOME/long.pid\"; exec sleep 60"), "Long");
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(path("long.pid")); }));
+
+    const std::filesystem::path shortcuts = path(".local/share/ruvola/shortcuts");
+    std::filesystem::create_directories(shortcuts);
+    std::ofstream(shortcuts / "Hello") << "#!/bin/sh\ntouch \"$HOME/hello\"\n";
+    std::ofstream(shortcuts / "Fails") << "#!/bin/sh\nexit 2\n";
+    for (const char* name : {"Hello", "Fails"}) {
+        std::filesystem::permissions(shortcuts / name, std::filesystem::perms::owner_all);
+    }
+
+    const std::vector<std::pair<PadAction, std::string>> cases{
+        {PadAction::shell("touch \"$HOME/touched\""), "INFO Key 1 (Run): action completed"},
+        {PadAction::shell("exit 3"), "INFO Key 1 (Run): action failed — exited with status 3"},
+        {PadAction::shell("kill -9 $$"), "INFO Key 1 (Run): action failed — terminated by SIGKILL"},
+        {PadAction::shell("kill -30 $$"),
+         "INFO Key 1 (Run): action failed — terminated by signal 30"},
+        {PadAction::shortcut("Hello"), "INFO Key 1 (Run): shortcut \"Hello\" ran"},
+        {PadAction::shortcut("Fails"),
+         "INFO Key 1 (Run): shortcut \"Fails\" failed — exited with status 2"},
+        {PadAction::shortcut("Missing"), "INFO Key 1 (Run): shortcut \"Missing\" failed — could "
+                                         "not launch: No such file or directory"},
+        {PadAction::shortcut("../Hello"), "INFO Key 1 (Run): shortcut \"../Hello\" failed — could "
+                                          "not launch: no shortcut can be called \"../Hello\""},
+    };
+    for (const auto& [action, line] : cases) {
+        press(action);
+        EXPECT_TRUE(logged(line)) << line;
+    }
+    EXPECT_TRUE(std::filesystem::exists(path("touched")));
+    EXPECT_TRUE(std::filesystem::exists(path("hello")));
+    EXPECT_EQ(logger_.count(), cases.size());
+
+    pid_t pid = 0;
+    std::ifstream(path("long.pid")) >> pid;
+    ASSERT_GT(pid, 0);
+    kill(pid, SIGTERM);
+    EXPECT_TRUE(logged("INFO Key 1 (Long): action failed — terminated by SIGTERM"));
+}
+
+TEST_F(ActionRunnerTest, KeysAndTextNeedAccessAndWarnOnlyOnce) {
+    access_.trusted = false;
+    press(PadAction::keystroke("cmd c"));
+    press(PadAction::text("hi"), "Type");
+    press(PadAction::system(SystemKey::playpause), "Play");
+    EXPECT_EQ(logger_.lines(), std::vector<std::string>{"WARNING Key 1 (Run): needs input access"});
+    EXPECT_TRUE(keys_.presses.empty());
+
+    access_.trusted = true;
+    unsetenv("DISPLAY"); // the keystroke goes through, but finds nowhere to go
+    press(PadAction::keystroke("cmd c, cmd v"));
+    press(PadAction::keystroke("cmd nosuchkey"));
+    press(PadAction::keystroke("cmd c"), "Copy");
+    press(PadAction::system(SystemKey::playpause), "Play");
+    press(PadAction::system(SystemKey::brightnessdown), "Dim");
+    EXPECT_TRUE(logged("INFO Key 1 (Copy): action failed — could not create synthetic input"));
+    EXPECT_TRUE(logger_.contains("WARNING Key 1 (Run): \"cmd c, cmd v\" isn't a single chord"));
+    EXPECT_TRUE(logger_.contains("WARNING Key 1 (Run): \"cmd nosuchkey\" isn't a single chord"));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::play, false, Tap::hid},
+                                                 {Key::brightnessDown, false, Tap::hid}}));
+}
+
+TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
+    testing::HttpRecorder server(200);
+    const std::string address = "127.0.0.1:" + std::to_string(server.server.serverPort());
+    const BindingsFile file =
+        BindingsFile::parse(R"({"settings": {"roku": ")" + address +
+                            R"(", "homeassistant": "http://)" + address + R"("}, "bindings": []})");
+    ASSERT_TRUE(file.problems.empty()) << file.problems.front();
+
+    press(PadAction::roku(RokuCommand::key("Home")), "Roku", file);
+    press(PadAction::homeAssistant("lights"), "Lights", file);
+    press(PadAction::roku(RokuCommand::key("Home")), "Roku"); // no settings
+    ASSERT_TRUE(waitUntil([&] { return server.received.size() == 2; }));
+    EXPECT_EQ(server.received[0].method + " " + server.received[0].path, "POST /keypress/Home");
+    EXPECT_EQ(server.received[1].method + " " + server.received[1].path,
+              "POST /api/webhook/lights");
+    EXPECT_TRUE(logged("INFO Key 1 (Roku): POST 127.0.0.1 → 200"));
+    EXPECT_TRUE(logged("INFO Key 1 (Lights): POST 127.0.0.1 → 200"));
+    EXPECT_TRUE(logger_.contains("WARNING Key 1 (Roku): no Roku address in the settings"));
+}
+
+TEST_F(ActionRunnerTest, TextIsCutIntoChunksWithoutSplittingACharacter) {
+    // One character of 19 units: four people with skin tones, joined.
+    const std::string family = "\U0001F468\U0001F3FB\u200D\U0001F469\U0001F3FB\u200D"
+                               "\U0001F467\U0001F3FB\u200D\U0001F466\U0001F3FB";
+    const std::vector<std::pair<std::string, std::vector<std::size_t>>> cases{
+        {"", {}},
+        {std::string(40, 'a'), {16, 16, 8}},
+        {std::string(15, 'a') + "🎵", {15, 2}},
+        {"ab" + family + "c", {2, 19, 1}},
+        {"é\u0301🎵", {4}},
+    };
+    for (const auto& [text, sizes] : cases) {
+        std::vector<std::size_t> got;
+        std::u16string joined;
+        for (const std::u16string& chunk : HouseActions::unicodeChunks(text)) {
+            got.push_back(chunk.size());
+            joined += chunk;
+        }
+        EXPECT_EQ(got, sizes) << text;
+        EXPECT_EQ(QString::fromStdU16String(joined).toStdString(), text);
+    }
+}
+
+TEST_F(ActionRunnerTest, TargetsNameApplicationsByNameIdOrDesktopEntry) {
+    const std::string entry = "/usr/share/applications/org.gnome.gedit.desktop";
+    const std::vector<std::tuple<std::string, bool>> cases{
+        {"gedit", true},
+        {"  GEDIT\n", true},
+        {"Gédit", true},
+        {"org.gnome.gedit", true},
+        {"org.gnome.gedit.desktop", true},
+        {"gedit.desktop.desktop", false},
+        {"ged", false},
+        {"https://gedit", false},
+        {entry, true},
+        {"/usr/share/applications/../applications/org.gnome.gedit.desktop", true},
+        {"/usr/bin/gedit", false},
+        {"~/org.gnome.gedit.desktop", false},
+    };
+    for (const auto& [target, matches] : cases) {
+        EXPECT_EQ(HouseActions::openTarget(target, "Gedit", entry), matches) << target;
+    }
+    EXPECT_FALSE(HouseActions::openTarget("/x/a.desktop", "a", ""));
+}
+
+// A private PulseAudio daemon whose default sink the runner steps, checked with pactl.
+class VolumeTest : public ActionRunnerTest {
+protected:
+    void SetUp() override {
+        ActionRunnerTest::SetUp();
+        if (const std::string missing = testing::PulseServer::missing(); !missing.empty()) {
+            GTEST_SKIP() << missing;
+        }
+        ASSERT_TRUE(pulse_.start(home_.path()));
+        setLevel("50%");
+    }
+
+    static void setLevel(const QString& level) {
+        testing::PulseServer::pactl({"set-sink-volume", "test", level});
+    }
+    static QString level() {
+        return testing::PulseServer::pactl({"get-sink-volume", "test"})
+            .section('/', 1, 1)
+            .trimmed();
+    }
+    static bool muted() {
+        return testing::PulseServer::pactl({"get-sink-mute", "test"}).contains("yes");
+    }
+
+    testing::PulseServer pulse_;
+};
+
+TEST_F(VolumeTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
+    if (const std::string missing = testing::XServer::missing(false); !missing.empty()) {
+        GTEST_SKIP() << missing;
+    }
+    testing::XServer display;
+    ASSERT_TRUE(display.start(false));
+    platform_.systemKeysOverride = nullptr; // the real keys, which nothing on this display hears
+
+    press(PadAction::system(SystemKey::mute), "Mute");
+    EXPECT_TRUE(logged("WARNING The desktop ignored the system mute key; muting directly instead"));
+    EXPECT_TRUE(waitUntil(muted));
+
+    press(PadAction::system(SystemKey::volumeup), "Up");
+    EXPECT_TRUE(logged("WARNING The desktop ignored the system volume keys; setting the level "
+                       "directly instead"));
+    EXPECT_EQ(logger_.lines(), (std::vector<std::string>{
+                                   "WARNING The desktop ignored the system mute key; muting "
+                                   "directly instead",
+                                   "WARNING The desktop ignored the volume key via the hid tap; "
+                                   "trying session",
+                                   "WARNING The desktop ignored the system volume keys; setting "
+                                   "the level directly instead",
+                               }));
+    EXPECT_EQ(runner().volumeKeysWork(), false);
+    EXPECT_EQ(level(), "56%"); // 0.5625, and raising it unmuted
+    EXPECT_FALSE(muted());
+
+    // Known not to work: each later press steps at once, by a quarter with fine steps.
+    runner().setFineVolumeSteps(true);
+    press(PadAction::system(SystemKey::volumedown), "Down");
+    EXPECT_EQ(level(), "55%"); // 0.546875
+    press(PadAction::system(SystemKey::mute), "Mute");
+    EXPECT_TRUE(muted());
+    EXPECT_EQ(logger_.count(), 3U);
+}
+
+TEST_F(VolumeTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
+    platform::SystemVolume& volume = platform_.systemVolume();
+    keys_.effect = [&](const Press& press) {
+        if (press.tap == Tap::session) {
+            volume.setVolume(*volume.volume() + (press.key == Key::volumeUp ? 0.25 : -0.25));
+        }
+    };
+    setLevel("100%");
+    press(PadAction::system(SystemKey::volumeup)); // at the top: nothing to learn from
+    setLevel("50%");
+    press(PadAction::system(SystemKey::volumedown));
+    EXPECT_TRUE(logged("INFO System volume keys work via the session tap: the system's own "
+                       "overlay shows"));
+    press(PadAction::system(SystemKey::volumeup));
+    EXPECT_EQ(logger_.lines(),
+              (std::vector<std::string>{
+                  "WARNING The desktop ignored the volume key via the hid tap; trying session",
+                  "INFO System volume keys work via the session tap: the system's own overlay "
+                  "shows"}));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::volumeUp, false, Tap::hid},
+                                                 {Key::volumeDown, false, Tap::hid},
+                                                 {Key::volumeDown, false, Tap::session},
+                                                 {Key::volumeUp, false, Tap::session}}));
+    EXPECT_EQ(level(), "50%");
+}
+
+TEST_F(VolumeTest, WithoutAccessVolumeAndMuteGoStraightToTheSoundServer) {
+    access_.trusted = false;
+    setLevel("3%");
+    press(PadAction::system(SystemKey::volumedown));
+    EXPECT_EQ(level(), "0%");
+    press(PadAction::system(SystemKey::mute));
+    EXPECT_TRUE(muted());
+    press(PadAction::system(SystemKey::volumeup));
+    EXPECT_EQ(level(), "6%");
+    EXPECT_FALSE(muted());
+    pulse_.stop(); // a server that has gone: nothing happens, nothing blocks for long
+    press(PadAction::system(SystemKey::volumeup));
+    press(PadAction::system(SystemKey::mute));
+    EXPECT_TRUE(keys_.presses.empty());
+    EXPECT_EQ(logger_.count(), 0U);
+}
+
+} // namespace
+} // namespace ruvola

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Ruvola/Logging.hpp"
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace ruvola::testing {
+
+/// Keeps every line as "LEVEL message"; safe to log to from any thread.
+class RecordingLogger final : public Logging {
+public:
+    void log(LogLevel level, std::string_view message) override {
+        const std::scoped_lock lock(mutex_);
+        lines_.push_back(std::string(name(level)) + " " + std::string(message));
+    }
+
+    std::vector<std::string> lines() const {
+        const std::scoped_lock lock(mutex_);
+        return lines_;
+    }
+
+    std::size_t count() const {
+        const std::scoped_lock lock(mutex_);
+        return lines_.size();
+    }
+
+    bool contains(const std::string& line) const {
+        const std::scoped_lock lock(mutex_);
+        return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+} // namespace ruvola::testing
