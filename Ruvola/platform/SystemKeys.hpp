@@ -18,7 +18,16 @@ namespace ruvola::platform {
 ///   react.
 class SystemKeys {
 public:
-    enum class Key { volumeUp, volumeDown, brightnessUp, brightnessDown, mute, play, next, previous };
+    enum class Key {
+        volumeUp,
+        volumeDown,
+        brightnessUp,
+        brightnessDown,
+        mute,
+        play,
+        next,
+        previous
+    };
 
     /// Where keys are posted: `hid` as a keyboard device low in the system, `session` into the
     /// user's desktop session. Tried in this order.
