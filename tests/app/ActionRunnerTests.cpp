@@ -7,6 +7,11 @@
 #include "support/RecordingLogger.hpp"
 #include "support/Servers.hpp"
 
+#include <QFile>
+#include <QNetworkProxy>
+#include <QProcess>
+#include <QSslConfiguration>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -139,6 +144,41 @@ TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
     EXPECT_TRUE(logged("INFO Key 1 (Roku): POST 127.0.0.1 → 200"));
     EXPECT_TRUE(logged("INFO Key 1 (Lights): POST 127.0.0.1 → 200"));
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Roku): no Roku address in the settings"));
+}
+
+// ntfy.sh is reached through a loopback proxy that plays the service with a certificate of its
+// own, trusted for this process only.
+TEST_F(ActionRunnerTest, NtfyPostsReachTheServiceWithTheirTitle) {
+    if (!QSslSocket::supportsSsl() || QStandardPaths::findExecutable("openssl").isEmpty()) {
+        GTEST_SKIP() << "no TLS support or no openssl to make a certificate";
+    }
+    QProcess openssl;
+    openssl.start("openssl",
+                  {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
+                   "/CN=ntfy.sh", "-addext", "subjectAltName=DNS:ntfy.sh", "-keyout",
+                   home_.filePath("key.pem"), "-out", home_.filePath("cert.pem")});
+    ASSERT_TRUE(openssl.waitForFinished(30000) && openssl.exitCode() == 0);
+    QFile certificateFile(home_.filePath("cert.pem")), keyFile(home_.filePath("key.pem"));
+    ASSERT_TRUE(certificateFile.open(QIODevice::ReadOnly) && keyFile.open(QIODevice::ReadOnly));
+    const QSslCertificate certificate(&certificateFile);
+    QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
+    trusting.addCaCertificate(certificate);
+    QSslConfiguration::setDefaultConfiguration(trusting);
+    testing::TlsTunnelRecorder proxy(certificate, QSslKey(&keyFile, QSsl::Rsa));
+    QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpProxy, "127.0.0.1", proxy.serverPort()});
+
+    const BindingsFile file =
+        BindingsFile::parse(R"({"settings": {"ntfy": "ruvola-test"}, "bindings": []})");
+    press(PadAction::ntfy("Hello from Ruvola"), "Buzz", file);
+    EXPECT_TRUE(logged("INFO Key 1 (Buzz): POST ntfy.sh → 200"))
+        << (logger_.count() > 0 ? logger_.lines().back() : "nothing logged");
+    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+    ASSERT_EQ(proxy.received.size(), 1U);
+    EXPECT_EQ(proxy.tunnels, std::vector<std::string>{"ntfy.sh:443"});
+    const testing::Received& post = proxy.received.front();
+    EXPECT_EQ(post.method + " " + post.path + " " + post.body,
+              "POST /ruvola-test Hello from Ruvola");
+    EXPECT_EQ(post.headers.at("title"), "Ruvola");
 }
 
 TEST_F(ActionRunnerTest, TextIsCutIntoChunksWithoutSplittingACharacter) {
