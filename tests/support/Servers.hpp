@@ -37,8 +37,8 @@ public:
     /// Starts the server (and the window manager); false when either did not come up.
     bool start(bool windowManager) {
         using namespace std::chrono_literals;
-        server_.start("Xvfb",
-                      {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+        server_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp",
+                               "-noreset"});
         if (!server_.waitForStarted() || !waitUntil([&] { return server_.canReadLine(); }, 10s)) {
             return false;
         }
