@@ -159,24 +159,18 @@ struct HouseActions::Shared {
     ActionCompletion open(const std::string& target) {
         const std::optional<RunningApplication> frontmost = applications.frontmost();
         if (frontmost && openTarget(target, frontmost->name, frontmost->desktopEntry)) {
-            if (!applications.hasVisibleWindow(*frontmost)) {
-                return reopen(*frontmost);
+            // Without a visible window it is only nominally in front (its windows were just
+            // hidden): bring them back as for any running application.
+            if (applications.hasVisibleWindow(*frontmost)) {
+                applications.hide(*frontmost);
+                return ActionCompletion::succeeded();
             }
-            applications.hide(*frontmost);
-            return ActionCompletion::succeeded();
+            return bringForward(*frontmost);
         }
         for (const RunningApplication& application : applications.running()) {
-            if (!openTarget(target, application.name, application.desktopEntry)) {
-                continue;
+            if (openTarget(target, application.name, application.desktopEntry)) {
+                return bringForward(application);
             }
-            applications.activate(application);
-            for (int poll = 0; poll < windowPolls; ++poll) {
-                if (applications.hasVisibleWindow(application)) {
-                    return ActionCompletion::succeeded();
-                }
-                std::this_thread::sleep_for(windowPollInterval);
-            }
-            return reopen(application);
         }
 
         const std::string expanded = expandingTilde(target);
@@ -200,7 +194,15 @@ struct HouseActions::Shared {
                                    });
     }
 
-    ActionCompletion reopen(const RunningApplication& application) {
+    // Shows its windows and waits up to half a second for one; failing that, asks for a new one.
+    ActionCompletion bringForward(const RunningApplication& application) {
+        applications.activate(application);
+        for (int poll = 0; poll < windowPolls; ++poll) {
+            if (applications.hasVisibleWindow(application)) {
+                return ActionCompletion::succeeded();
+            }
+            std::this_thread::sleep_for(windowPollInterval);
+        }
         return applications.reopen(application);
     }
 };

@@ -226,6 +226,102 @@ TEST_F(ActionRunnerTest, TargetsNameApplicationsByNameIdOrDesktopEntry) {
     EXPECT_FALSE(HouseActions::openTarget("/x/a.desktop", "a", ""));
 }
 
+// A private X server with openbox, and a window of an application called "Notes" that prints
+// each key it receives.
+class DesktopTest : public ActionRunnerTest {
+protected:
+    void SetUp() override {
+        ActionRunnerTest::SetUp();
+        if (const std::string missing = testing::XServer::missing(true); !missing.empty()) {
+            GTEST_SKIP() << missing;
+        }
+        ASSERT_TRUE(display_.start(true));
+        platform_.inputAccessOverride = nullptr;
+        window_.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
+        QByteArray said;
+        ASSERT_TRUE(waitUntil(
+            [&] {
+                poke();
+                return (said += window_.readAll()).contains("ready");
+            },
+            10s));
+        ASSERT_TRUE(frontmostIs("Notes"));
+    }
+
+    void TearDown() override {
+        window_.kill();
+        window_.waitForFinished();
+    }
+
+    // openbox may not have looked at its queue yet: a root property change wakes it.
+    static void poke() {
+        QProcess::execute("xprop",
+                          {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
+    }
+
+    bool frontmostIs(const std::string& name) {
+        return waitUntil([&] {
+            poke();
+            const auto front = platform_.applications().frontmost();
+            return front && front->name == name;
+        });
+    }
+
+    bool visible() {
+        for (const auto& application : platform_.applications().running()) {
+            if (application.name == "Notes") {
+                return platform_.applications().hasVisibleWindow(application);
+            }
+        }
+        return false;
+    }
+
+    // The keys other than modifiers the window reported, as "KEYSYM STATE".
+    std::vector<std::string> keys(std::size_t count) {
+        std::vector<std::string> got;
+        waitUntil([&] {
+            while (window_.canReadLine()) {
+                const QString line = QString::fromUtf8(window_.readLine()).trimmed();
+                if (line.startsWith("key ") && !line.contains("_L ") && !line.contains("_R ")) {
+                    got.push_back(line.mid(4).toStdString());
+                }
+            }
+            return got.size() >= count;
+        });
+        return got;
+    }
+
+    testing::XServer display_;
+    QProcess window_;
+};
+
+TEST_F(DesktopTest, OpenPutsTheFrontmostApplicationAwayAndBringsItBack) {
+    press(PadAction::open(" NOTES "));
+    EXPECT_TRUE(waitUntil([&] { return !visible(); }));
+    press(PadAction::open("notes.desktop"));
+    EXPECT_TRUE(waitUntil([&] { return visible(); }));
+    EXPECT_TRUE(frontmostIs("Notes"));
+    press(PadAction::open("No Such App"));
+    EXPECT_TRUE(logged("INFO Key 1 (Run): action failed — could not launch: no application "
+                       "called \"No Such App\""));
+    EXPECT_TRUE(waitUntil([&] { return logger_.count() == 3; }));
+}
+
+TEST_F(DesktopTest, KeystrokesAndTextArriveAtTheFocusedWindow) {
+    const auto started = std::chrono::steady_clock::now();
+    press(PadAction::keystroke("cmd shift 4"));
+    EXPECT_EQ(keys(1), std::vector<std::string>{"dollar 65"}); // Shift and Super (Mod4)
+    ::testing::Test::RecordProperty(
+        "runToKeyMicroseconds",
+        static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(
+                             std::chrono::steady_clock::now() - started)
+                             .count()));
+    press(PadAction::text("héllo 🎵\t"));
+    EXPECT_EQ(keys(8), (std::vector<std::string>{"h 0", "eacute 0", "l 0", "l 0", "o 0", "space 0",
+                                                 "U0001F3B5 0", "Tab 0"}));
+    EXPECT_TRUE(logged("INFO Key 1 (Run): action completed"));
+}
+
 // A private PulseAudio daemon whose default sink the runner steps, checked with pactl.
 class VolumeTest : public ActionRunnerTest {
 protected:

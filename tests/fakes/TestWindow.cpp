@@ -10,6 +10,7 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/keysym.h>
 #include <cstdio>
 #include <cstdlib>
 #include <set>
@@ -119,6 +120,7 @@ int main(int argc, char** argv) {
         XMapWindow(display, window);
     }
 
+    XKeysymToKeycode(display, XK_a); // loads the keymap now, not in the middle of a burst
     const Atom deleteWindow = XInternAtom(display, "WM_DELETE_WINDOW", False);
     std::set<Window> mapped;
     std::size_t open = windows.size();
@@ -131,6 +133,8 @@ int main(int argc, char** argv) {
             if (mapped.size() == windows.size()) {
                 std::puts("ready");
             }
+        } else if (event.type == MappingNotify) {
+            XRefreshKeyboardMapping(&event.xmapping); // as toolkits do, for borrowed keycodes
         } else if (event.type == KeyPress) {
             KeySym keysym = NoSymbol;
             char text[32];

@@ -36,7 +36,8 @@ public:
     Processes& processes() override { return processes_; }
     // Made on first use: the virtual keyboard it may create is only wanted by the application.
     SystemKeys& systemKeys() override {
-        std::call_once(systemKeysMade_, [this] { systemKeys_ = std::make_unique<LinuxSystemKeys>(); });
+        std::call_once(systemKeysMade_,
+                       [this] { systemKeys_ = std::make_unique<LinuxSystemKeys>(); });
         return *systemKeys_;
     }
     SystemVolume& systemVolume() override { return systemVolume_; }
