@@ -43,22 +43,48 @@ public:
     std::string systemName() const override { return "The desktop"; }
 };
 
+/// Applications as a test sets them: one frontmost, nothing else running.
+class FakeApplications final : public platform::Applications {
+public:
+    std::optional<platform::RunningApplication> front;
+
+    std::optional<platform::RunningApplication> frontmost() override { return front; }
+    std::vector<platform::RunningApplication> running() override {
+        return front ? std::vector{*front} : std::vector<platform::RunningApplication>{};
+    }
+    bool hide(const platform::RunningApplication&) override { return false; }
+    bool activate(const platform::RunningApplication&) override { return false; }
+    bool hasVisibleWindow(const platform::RunningApplication&) override { return false; }
+    bool isFileManager(const platform::RunningApplication&) override { return false; }
+    ActionCompletion launch(const std::string&, const platform::ApplicationMatch&) override {
+        return ActionCompletion::succeeded();
+    }
+    ActionCompletion reopen(const platform::RunningApplication&) override {
+        return ActionCompletion::succeeded();
+    }
+};
+
 /// The real platform, with some of its parts replaced by a test's own.
 class TestPlatform final : public platform::Platform {
 public:
     platform::InputAccess* inputAccessOverride = nullptr;
     platform::SystemKeys* systemKeysOverride = nullptr;
+    platform::Applications* applicationsOverride = nullptr;
+    /// Makes the HID managers, e.g. a virtual pad's.
+    std::function<std::unique_ptr<platform::HidManager>()> hidManagers;
 
     std::unique_ptr<platform::DirectoryWatcher> makeDirectoryWatcher() override {
         return real_->makeDirectoryWatcher();
     }
     std::unique_ptr<platform::HidManager> makeHidManager() override {
-        return real_->makeHidManager();
+        return hidManagers ? hidManagers() : real_->makeHidManager();
     }
     std::unique_ptr<platform::FrontmostWatcher> makeFrontmostWatcher() override {
         return real_->makeFrontmostWatcher();
     }
-    platform::Applications& applications() override { return real_->applications(); }
+    platform::Applications& applications() override {
+        return applicationsOverride != nullptr ? *applicationsOverride : real_->applications();
+    }
     platform::Desktop& desktop() override { return real_->desktop(); }
     platform::InputAccess& inputAccess() override {
         return inputAccessOverride != nullptr ? *inputAccessOverride : real_->inputAccess();
