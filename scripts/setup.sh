@@ -19,7 +19,7 @@ test_packages=(
   xvfb shared-mime-info
   libbenchmark-dev
   pulseaudio
-  openbox xdotool trayer imagemagick dbus openssl
+  openbox x11-utils xdotool trayer imagemagick dbus openssl
 )
 
 wanted=("${build_packages[@]}")

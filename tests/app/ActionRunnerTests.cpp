@@ -7,6 +7,7 @@
 #include "support/RecordingLogger.hpp"
 #include "support/Servers.hpp"
 
+#include <QDir>
 #include <QFile>
 #include <QNetworkProxy>
 #include <QProcess>
@@ -137,6 +138,7 @@ TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
     press(PadAction::roku(RokuCommand::key("Home")), "Roku", file);
     press(PadAction::homeAssistant("lights"), "Lights", file);
     press(PadAction::roku(RokuCommand::key("Home")), "Roku"); // no settings
+    press(PadAction::http({"http://nowhere.invalid/"}), "Nowhere");
     ASSERT_TRUE(waitUntil([&] { return server.received.size() == 2; }));
     EXPECT_EQ(server.received[0].method + " " + server.received[0].path, "POST /keypress/Home");
     EXPECT_EQ(server.received[1].method + " " + server.received[1].path,
@@ -144,6 +146,8 @@ TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
     EXPECT_TRUE(logged("INFO Key 1 (Roku): POST 127.0.0.1 → 200"));
     EXPECT_TRUE(logged("INFO Key 1 (Lights): POST 127.0.0.1 → 200"));
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Roku): no Roku address in the settings"));
+    EXPECT_TRUE(logged("WARNING Key 1 (Nowhere): GET nowhere.invalid failed — Host "
+                       "nowhere.invalid not found"));
 }
 
 // ntfy.sh is reached through a loopback proxy that plays the service with a certificate of its
@@ -237,6 +241,7 @@ protected:
         }
         ASSERT_TRUE(display_.start(true));
         platform_.inputAccessOverride = nullptr;
+        useDesktopEntries();
         window_.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
         QByteArray said;
         ASSERT_TRUE(waitUntil(
@@ -251,6 +256,26 @@ protected:
     void TearDown() override {
         window_.kill();
         window_.waitForFinished();
+    }
+
+    // The desktop knows one application of ours, RvFiles, which opens folders. Desktop entries are
+    // read once per process, so every test shares the same ones.
+    static void useDesktopEntries() {
+        static const QTemporaryDir folder;
+        static const bool written = [] {
+            QDir(folder.path()).mkpath("applications");
+            std::ofstream(folder.filePath("applications/rvfiles.desktop").toStdString())
+                << "[Desktop Entry]\nType=Application\nName=RvFiles\nExec=" RUVOLA_TEST_WINDOW
+                   " --class Files --instance files\nMimeType=inode/directory;\n";
+            std::ofstream(folder.filePath("mimeapps.list").toStdString())
+                << "[Default Applications]\ninode/directory=rvfiles.desktop\n";
+            return true;
+        }();
+        (void)written;
+        for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
+            setenv(name, folder.path().toLocal8Bit().constData(), 1);
+        }
+        setenv("XDG_DATA_DIRS", "/usr/share", 1); // where openbox finds its theme
     }
 
     // openbox may not have looked at its queue yet: a root property change wakes it.
@@ -305,6 +330,38 @@ TEST_F(DesktopTest, OpenPutsTheFrontmostApplicationAwayAndBringsItBack) {
     EXPECT_TRUE(logged("INFO Key 1 (Run): action failed — could not launch: no application "
                        "called \"No Such App\""));
     EXPECT_TRUE(waitUntil([&] { return logger_.count() == 3; }));
+}
+
+TEST_F(DesktopTest, PathsAndAddressesGoToTheDesktopAndAFolderPutsTheFileManagerAway) {
+    const std::filesystem::path browser = path("browser");
+    std::ofstream(browser) << "#!/bin/sh\nprintf '%s' \"$1\" > \"$HOME/opened\"\n";
+    std::filesystem::permissions(browser, std::filesystem::perms::owner_all);
+    setenv("BROWSER", browser.c_str(), 1);
+    const auto opened = [&] {
+        std::ifstream file(path("opened"));
+        return std::string((std::istreambuf_iterator<char>(file)), {});
+    };
+    for (const std::string target : {"https://example.invalid/a b?c='d'", "~/My 'Notes' \"1\""}) {
+        std::filesystem::remove(path("opened"));
+        std::ofstream(path("My 'Notes' \"1\""));
+        press(PadAction::open(target));
+        EXPECT_TRUE(logged("INFO Key 1 (Run): action completed"));
+        EXPECT_TRUE(waitUntil([&] { return !opened().empty(); }));
+        EXPECT_EQ(opened(), target.starts_with('~') ? path("") + target.substr(1) : target);
+    }
+
+    QProcess files;
+    files.start(RUVOLA_TEST_WINDOW, {"--class", "RvFiles", "--instance", "rvfiles"});
+    ASSERT_TRUE(frontmostIs("RvFiles"));
+
+    press(PadAction::open("~"));
+    EXPECT_TRUE(waitUntil([&] {
+        const auto front = platform_.applications().frontmost();
+        return !front || front->name != "RvFiles";
+    }));
+    unsetenv("BROWSER");
+    files.kill();
+    files.waitForFinished();
 }
 
 TEST_F(DesktopTest, KeystrokesAndTextArriveAtTheFocusedWindow) {
