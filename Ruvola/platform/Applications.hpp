@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ruvola/platform/Notifier.hpp"
 #include "RuvolaCore/ActionCompletion.hpp"
 
 #include <cstdint>
@@ -74,14 +75,8 @@ public:
 };
 
 /// Reports, on the main thread, each time another application comes to the front. Momentary
-/// gaps with no active window (a window manager between two windows) are not reported.
-class FrontmostWatcher {
-public:
-    virtual ~FrontmostWatcher() = default;
-
-    /// Starts watching; `changed` is called from the event loop. False when there is nothing to
-    /// watch (no X display).
-    virtual bool start(std::function<void()> changed) = 0;
-};
+/// gaps with no active window (a window manager between two windows) are not reported. `start`
+/// gives false when there is nothing to watch (no X display).
+class FrontmostWatcher : public Notifier {};
 
 } // namespace ruvola::platform

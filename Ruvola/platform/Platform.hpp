@@ -12,6 +12,8 @@ class HidDiscovery;
 class HidManager;
 class InputAccess;
 class Installation;
+class LaunchAtLogin;
+class Notifier;
 class Processes;
 class SyntheticInput;
 class SystemKeys;
@@ -26,10 +28,17 @@ public:
     virtual std::unique_ptr<DirectoryWatcher> makeDirectoryWatcher() = 0;
     virtual std::unique_ptr<HidManager> makeHidManager() = 0;
     virtual std::unique_ptr<FrontmostWatcher> makeFrontmostWatcher() = 0;
+    /// Reports each return from sleep (suspend or hibernation) once the system is awake, when
+    /// devices may have come back different. Silent, its `start` false, without a system bus.
+    virtual std::unique_ptr<Notifier> makeWakeWatcher() = 0;
+    /// Reports that `inputAccess()` may answer differently: the device synthetic input goes
+    /// through appeared, went away, or got another owner, mode or access list.
+    virtual std::unique_ptr<Notifier> makeAccessWatcher() = 0;
     virtual Applications& applications() = 0;
     virtual Desktop& desktop() = 0;
     virtual InputAccess& inputAccess() = 0;
     virtual const Installation& installation() const = 0;
+    virtual LaunchAtLogin& launchAtLogin() = 0;
     virtual Processes& processes() = 0;
     virtual SystemKeys& systemKeys() = 0;
     virtual SystemVolume& systemVolume() = 0;

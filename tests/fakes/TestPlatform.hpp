@@ -4,6 +4,8 @@
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
+#include "Ruvola/platform/LaunchAtLogin.hpp"
+#include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/SystemKeys.hpp"
 
@@ -72,6 +74,10 @@ public:
     platform::Applications* applicationsOverride = nullptr;
     /// Makes the HID managers, e.g. a virtual pad's.
     std::function<std::unique_ptr<platform::HidManager>()> hidManagers;
+    platform::LaunchAtLogin* launchAtLoginOverride = nullptr;
+    /// Make the wake and access watchers, e.g. ones a test fires itself.
+    std::function<std::unique_ptr<platform::Notifier>()> wakeWatchers;
+    std::function<std::unique_ptr<platform::Notifier>()> accessWatchers;
 
     std::unique_ptr<platform::DirectoryWatcher> makeDirectoryWatcher() override {
         return real_->makeDirectoryWatcher();
@@ -82,6 +88,12 @@ public:
     std::unique_ptr<platform::FrontmostWatcher> makeFrontmostWatcher() override {
         return real_->makeFrontmostWatcher();
     }
+    std::unique_ptr<platform::Notifier> makeWakeWatcher() override {
+        return wakeWatchers ? wakeWatchers() : real_->makeWakeWatcher();
+    }
+    std::unique_ptr<platform::Notifier> makeAccessWatcher() override {
+        return accessWatchers ? accessWatchers() : real_->makeAccessWatcher();
+    }
     platform::Applications& applications() override {
         return applicationsOverride != nullptr ? *applicationsOverride : real_->applications();
     }
@@ -90,6 +102,9 @@ public:
         return inputAccessOverride != nullptr ? *inputAccessOverride : real_->inputAccess();
     }
     const platform::Installation& installation() const override { return real_->installation(); }
+    platform::LaunchAtLogin& launchAtLogin() override {
+        return launchAtLoginOverride != nullptr ? *launchAtLoginOverride : real_->launchAtLogin();
+    }
     platform::Processes& processes() override { return real_->processes(); }
     platform::SystemKeys& systemKeys() override {
         return systemKeysOverride != nullptr ? *systemKeysOverride : real_->systemKeys();

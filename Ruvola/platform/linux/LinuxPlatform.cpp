@@ -5,11 +5,14 @@
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
 #include "Ruvola/platform/linux/LinuxInstallation.hpp"
 #include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
+#include "Ruvola/platform/linux/LogindWakeWatcher.hpp"
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
 #include "Ruvola/platform/linux/SpawnProcesses.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
+#include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
 #include "Ruvola/platform/linux/XTestSyntheticInput.hpp"
+#include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
 
 #include <mutex>
 
@@ -28,10 +31,17 @@ public:
     std::unique_ptr<FrontmostWatcher> makeFrontmostWatcher() override {
         return std::make_unique<EwmhFrontmostWatcher>();
     }
+    std::unique_ptr<Notifier> makeWakeWatcher() override {
+        return std::make_unique<LogindWakeWatcher>();
+    }
+    std::unique_ptr<Notifier> makeAccessWatcher() override {
+        return std::make_unique<UinputAccessWatcher>();
+    }
     Applications& applications() override { return applications_; }
     Desktop& desktop() override { return desktop_; }
     InputAccess& inputAccess() override { return inputAccess_; }
     const Installation& installation() const override { return installation_; }
+    LaunchAtLogin& launchAtLogin() override { return launchAtLogin_; }
     const HidDiscovery& hidDiscovery() const override { return hidDiscovery_; }
     Processes& processes() override { return processes_; }
     // Made on first use: the virtual keyboard it may create is only wanted by the application.
@@ -48,6 +58,7 @@ private:
     GioDesktop desktop_;
     LinuxInputAccess inputAccess_;
     LinuxInstallation installation_;
+    XdgLaunchAtLogin launchAtLogin_{installation_};
     UdevHidDiscovery hidDiscovery_;
     SpawnProcesses processes_;
     PulseSystemVolume systemVolume_;

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Ruvola/platform/Notifier.hpp"
+
+#include <filesystem>
+#include <memory>
+
+class QSocketNotifier;
+
+namespace ruvola::platform {
+
+/// Watches the uinput device node with inotify, read on the main loop: its creation, removal,
+/// and changes of owner, mode or access list (udev's rules and logind's seat access make these).
+/// The node's directory is what is watched, so a node that is absent, or comes and goes, is
+/// followed. Each batch of events the system delivers is one report.
+class UinputAccessWatcher final : public Notifier {
+public:
+    explicit UinputAccessWatcher(std::filesystem::path node = "/dev/uinput");
+    ~UinputAccessWatcher() override;
+
+    UinputAccessWatcher(const UinputAccessWatcher&) = delete;
+    UinputAccessWatcher& operator=(const UinputAccessWatcher&) = delete;
+
+    /// False when the node's directory can't be watched.
+    bool start(std::function<void()> changed) override;
+
+private:
+    void stop();
+    void readEvents();
+
+    std::filesystem::path node_;
+    std::function<void()> changed_;
+    int descriptor_ = -1;
+    int watch_ = -1;
+    std::unique_ptr<QSocketNotifier> notifier_;
+};
+
+} // namespace ruvola::platform

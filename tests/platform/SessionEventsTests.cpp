@@ -1,0 +1,176 @@
+#include "Ruvola/platform/linux/LinuxInstallation.hpp"
+#include "Ruvola/platform/linux/LogindWakeWatcher.hpp"
+#include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
+#include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
+#include "tests/support/EventLoop.hpp"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <glib.h>
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+using ruvola::testing::runEventLoop;
+using ruvola::testing::waitUntil;
+
+namespace {
+
+void announceSleep(const QDBusConnection& from, bool sleeping) {
+    QDBusMessage signal = QDBusMessage::createSignal(
+        "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep");
+    signal << sleeping;
+    ASSERT_TRUE(from.send(signal));
+}
+
+// A private bus stands in for the system one, with this test as logind. QtDBus keeps the first
+// system bus connection it makes for the whole process, so the address is set before any use.
+TEST(WakeWatcher, ReportsOnlyLogindsWakingUp) {
+    const QString daemon = QStandardPaths::findExecutable("dbus-daemon");
+    if (daemon.isEmpty()) {
+        GTEST_SKIP() << "dbus-daemon is not installed";
+    }
+    QTemporaryDir dir;
+    QProcess bus;
+    bus.start(daemon, {"--nofork", "--config-file=/usr/share/dbus-1/session.conf",
+                       "--address=unix:path=" + dir.filePath("system.sock"), "--print-address"});
+    ASSERT_TRUE(bus.waitForReadyRead(10000)) << bus.readAllStandardError().toStdString();
+    const QString address = QString::fromLocal8Bit(bus.readLine()).trimmed();
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toLocal8Bit());
+    {
+        QDBusConnection logind = QDBusConnection::connectToBus(address, "logind");
+        const QDBusConnection impostor = QDBusConnection::connectToBus(address, "impostor");
+        ASSERT_TRUE(logind.registerService("org.freedesktop.login1"));
+
+        ruvola::platform::LogindWakeWatcher watcher;
+        int calls = 0;
+        ASSERT_TRUE(watcher.start([&] { ++calls; }));
+        // A round trip on the watcher's connection: the bus has its match rule by then.
+        ASSERT_TRUE(QDBusConnection::systemBus().interface()->isServiceRegistered(
+            "org.freedesktop.login1"));
+
+        announceSleep(impostor, false);
+        announceSleep(logind, true);
+        announceSleep(logind, false);
+        EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
+        runEventLoop(200ms);
+        EXPECT_EQ(calls, 1);
+    }
+    QDBusConnection::disconnectFromBus("logind");
+    QDBusConnection::disconnectFromBus("impostor");
+    bus.terminate();
+    bus.waitForFinished();
+}
+
+TEST(WakeWatcher, StaysSilentWithoutABus) {
+    QTemporaryDir dir;
+    ruvola::platform::LogindWakeWatcher watcher(
+        QDBusConnection::connectToBus("unix:path=" + dir.filePath("none.sock"), "none"));
+    EXPECT_FALSE(watcher.start([] {}));
+    QDBusConnection::disconnectFromBus("none");
+}
+
+// A second watcher, on a sibling file, shows each change has been read before the counts are
+// compared: every change wakes both watchers' descriptors at once.
+TEST(AccessWatcher, ReportsTheNodeComingGoingAndChangingPermissions) {
+    QTemporaryDir dir;
+    const fs::path root = dir.path().toStdString(), node = root / "uinput", other = root / "other";
+    EXPECT_FALSE(ruvola::platform::UinputAccessWatcher(root / "missing" / "uinput").start([] {}));
+
+    ruvola::platform::UinputAccessWatcher watcher(node), otherWatcher(other);
+    int calls = 0, otherCalls = 0;
+    ASSERT_TRUE(watcher.start([&] { ++calls; }));
+    ASSERT_TRUE(otherWatcher.start([&] { ++otherCalls; }));
+    const auto create = [](const fs::path& path) { return [path] { std::ofstream(path) << ""; }; };
+    const auto chmod = [](const fs::path& path) {
+        return [path] { fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write); };
+    };
+    const std::vector<std::tuple<const char*, std::function<void()>, int, int>> changes{
+        {"created", create(node), 1, 0},
+        {"mode changed", chmod(node), 1, 0},
+        {"another created", create(other), 0, 1},
+        {"removed", [&] { fs::remove(node); }, 1, 0},
+        {"created again", create(node), 1, 0},
+        {"replaced by a rename", [&] { fs::rename(other, node); }, 1, 1},
+    };
+    for (const auto& [name, change, expected, otherExpected] : changes) {
+        calls = otherCalls = 0;
+        change();
+        EXPECT_TRUE(waitUntil([&] { return calls >= expected && otherCalls >= otherExpected; }))
+            << name;
+        EXPECT_EQ(calls, expected) << name;
+        EXPECT_EQ(otherCalls, otherExpected) << name;
+    }
+}
+
+// The entry is read back as GIO runs it: the value unescaped, field codes expanded, then split.
+std::vector<std::string> launchedCommand(const fs::path& entry) {
+    g_autoptr(GKeyFile) file = g_key_file_new();
+    if (!g_key_file_load_from_file(file, entry.c_str(), G_KEY_FILE_NONE, nullptr)) {
+        return {};
+    }
+    g_autofree gchar* exec =
+        g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr);
+    const std::string_view value = exec != nullptr ? exec : "";
+    std::string expanded; // "%%" is "%"; other codes stand for files and URLs, none given here
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (value[i] != '%') {
+            expanded += value[i];
+        } else if (value.substr(++i, 1) == "%") {
+            expanded += '%';
+        }
+    }
+    g_auto(GStrv) argv = nullptr;
+    if (!g_shell_parse_argv(expanded.c_str(), nullptr, &argv, nullptr)) {
+        return {};
+    }
+    return {argv, argv + g_strv_length(argv)};
+}
+
+TEST(LaunchAtLogin, WritesAnAutostartEntryThatRunsTheProgramAndRemovesIt) {
+    QTemporaryDir dir;
+    const fs::path config = fs::path(dir.path().toStdString()) / "config";
+    const fs::path entry = config / "autostart" / "ltd.fennick.ruvola.desktop";
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(config.string()));
+    const ruvola::platform::LinuxInstallation installation;
+
+    for (const std::string executable :
+         {"/usr/bin/ruvola", "/opt/My Apps/ruvola", R"(/tmp/a"b$c`d\e%f'g#h\)", "/tmp/new\nline"}) {
+        ruvola::platform::XdgLaunchAtLogin launch(installation, executable);
+        EXPECT_EQ(launch.entryPath(), entry);
+        EXPECT_FALSE(launch.isEnabled()) << executable;
+        EXPECT_EQ(launch.setEnabled(true), std::nullopt) << executable;
+        EXPECT_TRUE(launch.isEnabled()) << executable;
+        EXPECT_EQ(launchedCommand(entry), (std::vector<std::string>{executable, "--login-launch"}));
+        EXPECT_EQ(launch.setEnabled(false), std::nullopt) << executable;
+        EXPECT_FALSE(launch.isEnabled()) << executable;
+        EXPECT_FALSE(fs::exists(entry)) << executable;
+    }
+    ruvola::platform::XdgLaunchAtLogin launch(installation);
+
+    // The desktop's own settings turn an entry off without removing it.
+    for (const auto& [keys, enabled] :
+         std::vector<std::pair<std::string, bool>>{{"Hidden=true\n", false},
+                                                   {"X-GNOME-Autostart-enabled=false\n", false},
+                                                   {"Hidden=false\n", true}}) {
+        std::ofstream(entry) << "[Desktop Entry]\nType=Application\nExec=ruvola\n" << keys;
+        EXPECT_EQ(launch.isEnabled(), enabled) << keys;
+    }
+    EXPECT_EQ(launch.setEnabled(true), std::nullopt);
+    EXPECT_TRUE(launch.isEnabled()) << "rewritten over the desktop's";
+    EXPECT_EQ(launchedCommand(entry).at(0), fs::read_symlink("/proc/self/exe"));
+
+    qputenv("XDG_CONFIG_HOME", "/proc/version/config");
+    const auto refusal = launch.setEnabled(true);
+    ASSERT_TRUE(refusal.has_value());
+    EXPECT_TRUE(refusal->starts_with("could not create /proc/version/config/autostart"))
+        << *refusal;
+}
+
+} // namespace
