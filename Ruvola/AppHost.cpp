@@ -1,12 +1,27 @@
 #include "AppHost.hpp"
 
 #include "BuildIdentity.hpp"
+#include "Logging.hpp"
+#include "MenubarHost.hpp"
+#include "Ruvola/platform/Desktop.hpp"
 #include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/Platform.hpp"
+#include "RuvolaApplication.hpp"
 #include "RuvolaCLI.hpp"
+#include "SingleInstance.hpp"
+
+#include <QApplication>
+#include <QDir>
+#include <QSettings>
+#include <QSocketNotifier>
+#include <QStandardPaths>
+#include <QTimer>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace ruvola {
 namespace {
@@ -17,6 +32,48 @@ void write(const std::string& text, std::FILE* stream) {
         std::fwrite(text.data(), 1, text.size(), stream);
         std::fflush(stream);
     }
+}
+
+// SIGTERM and SIGINT end the event loop, so the pad is blanked and let go as on Quit.
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int) {
+    const char byte = 0;
+    [[maybe_unused]] const auto written = ::write(signalPipe[1], &byte, 1);
+}
+
+int runApplication(const AppIdentity& identity, platform::Platform& platform, bool loginLaunch,
+                   int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setApplicationName(QString::fromStdString(identity.name));
+
+    SingleInstance instance(identity.slug);
+    if (!instance.claim()) {
+        return 0; // the running copy was asked to show itself
+    }
+    FileLogger logger(platform.installation().logDirectory() / "Ruvola.log");
+    logger.prepareFile();
+    // Beside the bindings folder, not in it: changing a setting must not reload the bindings.
+    QSettings settings(QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
+                           .filePath(QString::fromStdString(identity.slug + ".conf")),
+                       QSettings::IniFormat);
+
+    RuvolaApplication driver(platform, settings);
+    MenubarHost host(driver, logger, identity, platform, settings, loginLaunch);
+    instance.onReopen = [&host] { host.reopen(); };
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, [&host] { host.terminate(); });
+
+    std::unique_ptr<QSocketNotifier> stopSignals;
+    if (::pipe2(signalPipe, O_CLOEXEC) == 0) {
+        stopSignals = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+        QObject::connect(stopSignals.get(), &QSocketNotifier::activated, &application,
+                         &QCoreApplication::quit);
+        std::signal(SIGTERM, onSignal);
+        std::signal(SIGINT, onSignal);
+    }
+    QTimer::singleShot(0, &host, [&host] { host.launch(); });
+    return QApplication::exec();
 }
 
 } // namespace
@@ -55,14 +112,29 @@ std::optional<CLIResult> AppHost::launchRefusal(const AppIdentity& identity) {
 }
 
 int AppHost::run(int argc, char** argv) {
-    const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     const AppIdentity identity = buildIdentity();
     const auto platform = platform::makePlatform();
+    // The desktop's autostart entry marks its launches; they are launches like any other.
+    const bool loginLaunch = arguments == std::vector<std::string>{loginLaunchArgument};
+    if (loginLaunch) {
+        arguments.clear();
+    }
     const CLIResult result = [&] {
         if (arguments.empty()) {
             if (auto refusal = launchRefusal(identity)) {
                 return std::move(*refusal);
             }
+            if (!platform->desktop().sessionAvailable()) {
+                return CLIResult{1,
+                                 {},
+                                 identity.slug +
+                                     ": the tray application needs a desktop session, and none "
+                                     "was found (DISPLAY or WAYLAND_DISPLAY). The command line "
+                                     "works without one: " +
+                                     identity.slug + " help\n"};
+            }
+            return CLIResult{runApplication(identity, *platform, loginLaunch, argc, argv), {}, {}};
         }
         return routeCLI(identity, arguments, *platform);
     }();

@@ -24,6 +24,9 @@ CLIResult routeCLI(const AppIdentity& identity, const std::vector<std::string>& 
 /// violation on standard error and exit status 2. Nothing for a valid identity.
 std::optional<CLIResult> launchRefusal(const AppIdentity& identity);
 
+/// The only argument of a launch by the desktop's autostart entry.
+inline constexpr const char* loginLaunchArgument = "--login-launch";
+
 /// Runs the process for `argv` and returns its exit status.
 int run(int argc, char** argv);
 

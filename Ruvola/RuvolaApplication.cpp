@@ -10,6 +10,7 @@
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
 #include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "RuvolaCore/Overloaded.hpp"
 #include "RuvolaCore/PadProtocol.hpp"
@@ -19,6 +20,7 @@
 #include <QProcess>
 #include <QSettings>
 #include <QTimer>
+#include <QTransform>
 
 namespace ruvola {
 
@@ -86,6 +88,12 @@ void RuvolaApplication::start(ApplicationContext context) {
 
     frontmostWatcher_ = platform_.makeFrontmostWatcher();
     frontmostWatcher_->start([this] { frontmostChanged(); });
+    wakeWatcher_ = platform_.makeWakeWatcher();
+    wakeWatcher_->start([this] { wokeFromSleep(); });
+    // The change is announced before it is complete: look again a moment later.
+    accessWatcher_ = platform_.makeAccessWatcher();
+    accessWatcher_->start(
+        [this] { QTimer::singleShot(accessRecheckDelay, this, [this] { noteAccessChange(); }); });
 
     const bool trusted = platform_.inputAccess().isTrusted();
     lastKnownAccess_ = trusted;
@@ -96,6 +104,8 @@ void RuvolaApplication::start(ApplicationContext context) {
 
 void RuvolaApplication::stop() {
     frontmostWatcher_.reset();
+    wakeWatcher_.reset();
+    accessWatcher_.reset();
     if (pad_) {
         pad_->shutdown();
     }
@@ -219,10 +229,13 @@ std::array<QImage, 6> RuvolaApplication::keyImages() const {
     if (!padStatus_.connected) {
         return images;
     }
+    const int rotation = currentBindings().settings.rotation;
     for (std::size_t index = 0; index < images.size(); ++index) {
         const std::vector<std::uint8_t>& jpeg = keyPictures_[index];
         if (!jpeg.empty()) {
-            images[index] = QImage::fromData(jpeg.data(), static_cast<int>(jpeg.size()), "JPEG");
+            // Turned back, so they stand as they do on the pad in front of the user.
+            images[index] = QImage::fromData(jpeg.data(), static_cast<int>(jpeg.size()), "JPEG")
+                                .transformed(QTransform().rotate(-rotation));
         }
     }
     return images;

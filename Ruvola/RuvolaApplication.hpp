@@ -27,6 +27,7 @@ class Logging;
 
 namespace platform {
 class FrontmostWatcher;
+class Notifier;
 class Platform;
 } // namespace platform
 
@@ -56,7 +57,7 @@ public:
     ~RuvolaApplication() override;
 
     /// Brings everything up: the action runner, the bindings store, the pad connection, then the
-    /// watchers of the frontmost application, wake and access.
+    /// watchers of the frontmost application, wake from sleep and input access.
     void start(ApplicationContext context);
     /// Blanks and lets go of the pad and stops watching.
     void stop();
@@ -65,7 +66,8 @@ public:
     QIcon statusIcon() const;
     std::vector<PanelEntry> panelContent();
 
-    /// The pictures the pad's keys were last sent, decoded; null for a cleared key.
+    /// The pictures the pad's keys were last sent, decoded and upright as the user sees them;
+    /// null for a cleared key.
     std::array<QImage, 6> keyImages() const;
 
     /// The bindings in effect: the store's, else the preview's, else the defaults.
@@ -108,6 +110,8 @@ private:
     std::unique_ptr<BindingsStore> store_;
     std::unique_ptr<PadConnection> pad_;
     std::unique_ptr<platform::FrontmostWatcher> frontmostWatcher_;
+    std::unique_ptr<platform::Notifier> wakeWatcher_;
+    std::unique_ptr<platform::Notifier> accessWatcher_;
     std::optional<bool> lastKnownAccess_;
     std::optional<PadControl> lastControl_;
     std::map<int, std::string> screensShowing_;

@@ -13,6 +13,9 @@ public:
     /// one it uses for plain text, else the file's default handler. Returns at once; failures are
     /// swallowed, as nothing useful can be done about them.
     virtual void openInEditor(const std::filesystem::path& file) = 0;
+
+    /// Whether a graphical session can be reached now, for windows and a tray icon.
+    virtual bool sessionAvailable() const = 0;
 };
 
 } // namespace ruvola::platform

@@ -28,6 +28,7 @@ struct BindingsStoreTest : ::testing::Test, Logging, platform::Desktop {
         lines.push_back(std::string(name(level)) + " " + std::string(text));
     }
     void openInEditor(const fs::path& file) override { opened.push_back(file); }
+    bool sessionAvailable() const override { return false; }
 
     std::unique_ptr<BindingsStore> makeStore(bool watched = false) {
         auto store = std::make_unique<BindingsStore>(

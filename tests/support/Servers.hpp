@@ -39,7 +39,11 @@ public:
         using namespace std::chrono_literals;
         server_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp",
                                "-noreset"});
-        if (!server_.waitForStarted() || !waitUntil([&] { return server_.canReadLine(); }, 10s)) {
+        // Blocking reads: this also works before any event loop exists.
+        while (server_.waitForStarted() && !server_.canReadLine() &&
+               server_.waitForReadyRead(10000)) {
+        }
+        if (!server_.canReadLine()) {
             return false;
         }
         name_ = ":" + server_.readLine().trimmed().toStdString();

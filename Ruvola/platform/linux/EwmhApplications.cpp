@@ -473,6 +473,15 @@ bool EwmhFrontmostWatcher::start(std::function<void()> changed) {
     key_ = activeKey();
     connection_->discardEvents();
     changed_ = std::move(changed);
+    settle_.setSingleShot(true);
+    settle_.setInterval(noneSettles);
+    settle_.callOnTimeout([this] {
+        if (!connection_->broken() && activeKey().empty() && !key_.empty()) {
+            key_.clear();
+            const auto callback = changed_;
+            callback();
+        }
+    });
     notifier_ = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_->connection),
                                                   QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
@@ -493,19 +502,27 @@ void EwmhFrontmostWatcher::readEvents() {
     for (;;) {
         bool activeMoved = false;
         while (xcb_generic_event_t* event = xcb_poll_for_event(connection)) {
-            if ((event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY &&
-                reinterpret_cast<xcb_property_notify_event_t*>(event)->atom ==
-                    connection_->ewmh._NET_ACTIVE_WINDOW) {
-                activeMoved = true;
+            // A closed window may leave the active window property as it was: the list of
+            // windows changes all the same.
+            if ((event->response_type & 0x7F) == XCB_PROPERTY_NOTIFY) {
+                const xcb_atom_t atom = reinterpret_cast<xcb_property_notify_event_t*>(event)->atom;
+                activeMoved = activeMoved || atom == connection_->ewmh._NET_ACTIVE_WINDOW ||
+                              atom == connection_->ewmh._NET_CLIENT_LIST;
             }
             std::free(event);
         }
         if (!activeMoved || connection_->broken()) {
             break;
         }
-        if (std::string key = activeKey(); !key.empty() && key != key_) {
-            key_ = std::move(key);
-            changed = true;
+        std::string key = activeKey();
+        if (key.empty() && !key_.empty()) {
+            settle_.start(); // a window manager between two windows, or nothing left in front
+        } else if (!key.empty()) {
+            settle_.stop();
+            if (key != key_) {
+                key_ = std::move(key);
+                changed = true;
+            }
         }
     }
     if (connection_->broken()) {

@@ -3,6 +3,9 @@
 #include "Ruvola/platform/Applications.hpp"
 #include "Ruvola/platform/linux/DesktopEntries.hpp"
 
+#include <QTimer>
+
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -66,7 +69,11 @@ private:
     std::unique_ptr<EwmhConnection> connection_;
     std::unique_ptr<QSocketNotifier> notifier_;
     std::function<void()> changed_;
-    std::string key_; ///< of the last application seen at the front; empty before any
+    std::string key_; ///< of the last application seen at the front; empty for none
+    /// No active window counts only once it has lasted this long: window managers pass through
+    /// none on the way from one window to the next.
+    static constexpr std::chrono::milliseconds noneSettles{250};
+    QTimer settle_;
 };
 
 } // namespace ruvola::platform

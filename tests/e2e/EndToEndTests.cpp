@@ -1,0 +1,275 @@
+// The whole application — tray host, driver, bindings store, action runner, key art — on a
+// private X server with a window manager and a tray, a stand-in system bus, and the virtual pad.
+#include "Ruvola/MenubarHost.hpp"
+#include "Ruvola/PadConnection.hpp"
+#include "Ruvola/RuvolaApplication.hpp"
+#include "fakes/TestPlatform.hpp"
+#include "fakes/VirtualPad.hpp"
+#include "support/EventLoop.hpp"
+#include "support/RecordingLogger.hpp"
+#include "support/Servers.hpp"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDir>
+#include <QPainter>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string_view>
+
+namespace ruvola {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::waitUntil;
+using Strings = std::vector<std::string>;
+
+// Set up once by main(): why this machine can't run the scenario, or nothing.
+std::string* unavailable = nullptr;
+
+class EndToEnd : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (unavailable != nullptr) {
+            GTEST_SKIP() << *unavailable;
+        }
+        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
+            setenv(name, home_.path().toLocal8Bit().constData(), 1);
+        }
+        platform_.hidManagers = [this] { return pad_.manager(); };
+    }
+
+    void TearDown() override {
+        if (host_) {
+            host_->terminate();
+        }
+    }
+
+    void launch() {
+        host_ = std::make_unique<MenubarHost>(application_, logger_, AppIdentity{}, platform_,
+                                              settings_, false);
+        host_->launch();
+    }
+
+    void save(const std::string& text) {
+        const std::filesystem::path file =
+            std::filesystem::path(home_.path().toStdString()) / ".config/ruvola/bindings.json";
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file.string() + ".new") << text;
+        std::filesystem::rename(file.string() + ".new", file);
+    }
+
+    // The reports a change brings, images without their byte counts.
+    Strings next(const std::function<void()>& change, std::size_t count) {
+        pad_.received.clear();
+        change();
+        waitUntil([&] { return pad_.received.size() >= count; }, 10s);
+        testing::runEventLoop(300ms); // room for anything that should not come
+        Strings received;
+        for (const std::string& report : pad_.received) {
+            received.push_back(report.starts_with("BAT") ? report.substr(0, 5) : report);
+        }
+        return received;
+    }
+
+    bool logged(const std::string& line) {
+        return waitUntil([&] { return logger_.contains(line); }, 10s);
+    }
+
+    // openbox may not have looked at its queue yet: a root property change wakes it.
+    static void poke() {
+        QProcess::execute("xprop",
+                          {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
+    }
+
+    static void screenshot(const QString& name) {
+        QDir().mkpath(RUVOLA_ARTEFACTS_DIR);
+        QProcess::execute("import", {"-window", "root", RUVOLA_ARTEFACTS_DIR "/" + name});
+    }
+
+    QTemporaryDir home_;
+    QSettings settings_{home_.filePath("ruvola.conf"), QSettings::IniFormat};
+    testing::VirtualPad pad_;
+    testing::RecordingLogger logger_;
+    testing::TestPlatform platform_;
+    RuvolaApplication application_{platform_, settings_};
+    std::unique_ptr<MenubarHost> host_;
+};
+
+TEST_F(EndToEnd, StarterKeysShowAndThePanelOpensUnderTheTrayIcon) {
+    launch();
+    ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 13; }, 10s));
+    EXPECT_TRUE(logged("INFO Starting Ruvola 0.4.0 (1)"));
+    EXPECT_TRUE(logged("INFO Connected to Soomfon Stream Controller SE, firmware unknown"));
+    QImage keys(3 * 72, 2 * 72, QImage::Format_RGB32);
+    keys.fill(Qt::black);
+    QPainter painter(&keys);
+    const std::array<QImage, 6> upright = application_.keyImages();
+    for (int key = 1; key <= 6; ++key) {
+        ASSERT_TRUE(pad_.key(key).has_value()) << key;
+        const QImage& shown = upright[static_cast<std::size_t>(key - 1)];
+        ASSERT_EQ(shown.size(), QSize(64, 64)) << key;
+        painter.drawImage(QPoint((key - 1) % 3 * 72 + 4, (key - 1) / 3 * 72 + 4), shown);
+    }
+    painter.end();
+    keys.save(RUVOLA_ARTEFACTS_DIR "/keys.png");
+
+    ASSERT_TRUE(waitUntil([&] { return host_->trayIcon().geometry().isValid(); }, 10s));
+    host_->togglePanel();
+    ASSERT_TRUE(waitUntil([&] { return host_->panel().isVisible(); }));
+    testing::runEventLoop(300ms); // let it paint
+    screenshot("tray-panel.png");
+    const QRect icon = host_->trayIcon().geometry();
+    const QRect panel = host_->panel().window()->geometry();
+    EXPECT_LE(std::abs(panel.top() - icon.bottom()), 12);
+    host_->togglePanel();
+    EXPECT_FALSE(host_->panel().isVisible());
+}
+
+TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
+    const std::string keyFive =
+        R"({"control": "key 5", "name": "Touch", "shell": "echo x >> \"$HOME/pressed\""})";
+    const auto layout = [&](int brightness, const std::string& keyOne) {
+        return R"({"settings": {"brightness": )" + std::to_string(brightness) +
+               R"(}, "bindings": [
+  {"control": "key 1", "name": ")" +
+               keyOne + R"(", "icon": "⏯️", "system": "playpause"},
+  {"control": "key 2", "name": "Next", "system": "next"},
+  {"control": "key 2", "when": ["Notes"], "name": "Save", "keystroke": "cmd s"},
+  {"control": "left knob", "name": "Turn", "right": {"shell": "echo r >> \"$HOME/turned\""}},
+  )" + keyFive +
+               "]}";
+    };
+    save(layout(60, "Play"));
+    launch();
+    ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 10; }, 10s));
+
+    pad_.report(0x05, 1);
+    pad_.report(0x05, 0);
+    application_.pad()->onInput(PadInput::knobTurn(Knob::left, 3));
+    EXPECT_TRUE(logged("INFO Key 5 (Touch): action completed"));
+    EXPECT_TRUE(logged("INFO Left Knob (Turn): action completed"));
+    std::ifstream pressed(home_.filePath("pressed").toStdString());
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(pressed), {}), "x\n");
+
+    EXPECT_EQ(next([&] { save(layout(60, "Pause")); }, 2), (Strings{"BAT 1", "STP"}));
+    EXPECT_EQ(next([&] { save(layout(30, "Pause")); }, 1), Strings{"LIG 30"});
+
+    // A real application with its own binding for key 2 comes to the front, then goes.
+    QProcess notes;
+    EXPECT_EQ(next(
+                  [&] {
+                      notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
+                      waitUntil([&] {
+                          poke();
+                          return !pad_.received.empty();
+                      });
+                  },
+                  2),
+              (Strings{"BAT 2", "STP"}));
+    EXPECT_EQ(next(
+                  [&] {
+                      notes.kill();
+                      notes.waitForFinished();
+                      waitUntil([&] {
+                          poke();
+                          return !pad_.received.empty();
+                      });
+                  },
+                  2),
+              (Strings{"BAT 2", "STP"}));
+
+    const Strings restart{"DIS",   "LIG 0", "LIG 30", "CLE 255", "STP",
+                          "BAT 1", "BAT 2", "BAT 5",  "STP"};
+    EXPECT_EQ(next([&] { pad_.unplug(), pad_.plugIn(); }, 10).size(), 10U);
+    // logind's announcement that the system is awake again, on the stand-in system bus.
+    EXPECT_EQ(next(
+                  [] {
+                      QDBusConnection::systemBus().send(
+                          QDBusMessage::createSignal("/org/freedesktop/login1",
+                                                     "org.freedesktop.login1.Manager",
+                                                     "PrepareForSleep")
+                          << false);
+                  },
+                  9),
+              restart);
+    EXPECT_TRUE(logger_.contains("INFO Woke from sleep; restarting the pad"));
+
+    // A file broken while running: its problems show in the panel, its keys keep their looks.
+    save(R"({"bindings": [{"control": "key 9"}, {"control": "key 1", "shell": 3}]})");
+    EXPECT_TRUE(waitUntil([&] {
+        for (const PanelEntry& entry : application_.panelContent()) {
+            const auto* row = entry.as<PanelRow>();
+            if (row != nullptr && row->id == "controls" && row->trailing == "2 to Fix") {
+                return true;
+            }
+        }
+        return false;
+    }));
+    EXPECT_TRUE(pad_.violations.empty());
+}
+
+} // namespace
+} // namespace ruvola
+
+int main(int argc, char** argv) {
+    using namespace std::chrono_literals;
+    // The scenario's own servers: X with openbox and a tray, and a system bus it owns logind on.
+    std::string missing = ruvola::testing::XServer::missing(true);
+    bool listing = false; // listing the tests needs no servers
+    for (int index = 1; index < argc; ++index) {
+        listing = listing || std::string_view(argv[index]).starts_with("--gtest_list_tests");
+    }
+    if (listing) {
+        missing = "only listing";
+    }
+    for (const char* tool : {"trayer", "dbus-daemon", "xprop", "import"}) {
+        if (missing.empty() && QStandardPaths::findExecutable(tool).isEmpty()) {
+            missing = std::string(tool) + " is not installed";
+        }
+    }
+    QTemporaryDir folder;
+    ruvola::testing::XServer display;
+    QProcess tray, bus;
+    if (missing.empty()) {
+        const QString address = "unix:path=" + folder.filePath("system.sock");
+        bus.start("dbus-daemon", {"--config-file=/usr/share/dbus-1/session.conf",
+                                  "--address=" + address, "--nofork"});
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", address.toLocal8Bit().constData(), 1);
+        if (!display.start(true)) {
+            missing = "the X server or openbox did not start";
+        }
+        tray.start("trayer", {"--edge", "top", "--align", "right", "--widthtype", "pixel",
+                              "--width", "120", "--heighttype", "pixel", "--height", "32",
+                              "--SetDockType", "true", "--transparent", "false"});
+    }
+    qputenv("QT_QPA_PLATFORM", missing.empty() ? "xcb" : "offscreen");
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    if (missing.empty()) {
+        ruvola::testing::waitUntil(
+            [] {
+                return QDBusConnection::systemBus().isConnected() &&
+                       QDBusConnection::systemBus().registerService("org.freedesktop.login1");
+            },
+            10s);
+        if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+            ruvola::testing::waitUntil([] { return QSystemTrayIcon::isSystemTrayAvailable(); },
+                                       10s);
+        }
+    } else {
+        ruvola::unavailable = &missing;
+    }
+    testing::InitGoogleTest(&argc, argv);
+    const int result = RUN_ALL_TESTS();
+    tray.kill();
+    tray.waitForFinished();
+    bus.kill();
+    bus.waitForFinished();
+    return result;
+}
