@@ -5,6 +5,7 @@
 #include "MenubarHost.hpp"
 #include "Ruvola/platform/Desktop.hpp"
 #include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "RuvolaApplication.hpp"
 #include "RuvolaCLI.hpp"
@@ -13,15 +14,11 @@
 #include <QApplication>
 #include <QDir>
 #include <QSettings>
-#include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QTimer>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace ruvola {
 namespace {
@@ -32,14 +29,6 @@ void write(const std::string& text, std::FILE* stream) {
         std::fwrite(text.data(), 1, text.size(), stream);
         std::fflush(stream);
     }
-}
-
-// SIGTERM and SIGINT end the event loop, so the pad is blanked and let go as on Quit.
-int signalPipe[2] = {-1, -1};
-
-void onSignal(int) {
-    const char byte = 0;
-    [[maybe_unused]] const auto written = ::write(signalPipe[1], &byte, 1);
 }
 
 int runApplication(const AppIdentity& identity, platform::Platform& platform, bool loginLaunch,
@@ -64,14 +53,9 @@ int runApplication(const AppIdentity& identity, platform::Platform& platform, bo
     instance.onReopen = [&host] { host.reopen(); };
     QObject::connect(&application, &QCoreApplication::aboutToQuit, [&host] { host.terminate(); });
 
-    std::unique_ptr<QSocketNotifier> stopSignals;
-    if (::pipe2(signalPipe, O_CLOEXEC) == 0) {
-        stopSignals = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
-        QObject::connect(stopSignals.get(), &QSocketNotifier::activated, &application,
-                         &QCoreApplication::quit);
-        std::signal(SIGTERM, onSignal);
-        std::signal(SIGINT, onSignal);
-    }
+    // Asked to end from outside, the program ends as on Quit: the pad blanked and let go.
+    const std::unique_ptr<platform::Notifier> stop = platform.makeStopWatcher();
+    stop->start([] { QCoreApplication::quit(); });
     QTimer::singleShot(0, &host, [&host] { host.launch(); });
     return QApplication::exec();
 }

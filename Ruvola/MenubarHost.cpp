@@ -224,11 +224,14 @@ void MenubarHost::showAbout() {
 }
 
 void MenubarHost::showAccessHelp() {
-    QMessageBox::information(
-        nullptr, QString::fromStdString(identity_.name + ": input access"),
+    // Not modal: the pad keeps working while it is open.
+    auto* box = new QMessageBox(
+        QMessageBox::Information, QString::fromStdString(identity_.name + ": input access"),
         QString::fromStdString("Volume keys with the desktop's own overlay, media keys, "
                                "keystrokes and typed text need input access. To grant it, " +
                                platform_.inputAccess().remedy() + "."));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->show();
 }
 
 } // namespace ruvola

@@ -34,6 +34,8 @@ public:
     /// Reports that `inputAccess()` may answer differently: the device synthetic input goes
     /// through appeared, went away, or got another owner, mode or access list.
     virtual std::unique_ptr<Notifier> makeAccessWatcher() = 0;
+    /// Reports that the program was asked from outside to end (on Linux SIGTERM or SIGINT).
+    virtual std::unique_ptr<Notifier> makeStopWatcher() = 0;
     virtual Applications& applications() = 0;
     virtual Desktop& desktop() = 0;
     virtual InputAccess& inputAccess() = 0;

@@ -3,6 +3,7 @@
 #include "Ruvola/UniversalCLI.hpp"
 #include "RuvolaCore/StarterBindings.hpp"
 #include "support/EventLoop.hpp"
+#include "support/Servers.hpp"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -122,6 +123,39 @@ TEST_F(CommandLine, WatchWaitsForAPadUntilCtrlC) {
     EXPECT_EQ(watch.exitCode(), 0);
     // With no pad there is no status report, so nothing is printed.
     EXPECT_EQ(watch.readAllStandardOutput().toStdString(), "");
+}
+
+TEST_F(CommandLine, TheTrayApplicationNeedsADesktopRunsOnceAndStopsCleanly) {
+    const auto [code, out, error] = run({});
+    EXPECT_EQ(code, 1);
+    EXPECT_EQ(out, "");
+    EXPECT_TRUE(error.starts_with("ruvola: the tray application needs a desktop session")) << error;
+
+    if (const std::string missing = testing::XServer::missing(false); !missing.empty()) {
+        GTEST_SKIP() << missing;
+    }
+    testing::XServer display;
+    ASSERT_TRUE(display.start(false));
+    setenv("XDG_STATE_HOME", home.path().toLocal8Bit().constData(), 1);
+    QProcess tray;
+    tray.start(RUVOLA_EXECUTABLE, {});
+    const fs::path log = fs::path(home.path().toStdString()) / "ruvola/Ruvola.log";
+    const auto logText = [&] {
+        std::ifstream file(log);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    ASSERT_TRUE(
+        testing::waitUntil([&] { return logText().find("Starting") != std::string::npos; }, 10s));
+    // Later launches hand over to the running one and leave at once.
+    EXPECT_EQ(std::get<0>(run({})), 0);
+    EXPECT_EQ(std::get<0>(run({"--login-launch"})), 0);
+
+    ::kill(static_cast<pid_t>(tray.processId()), SIGTERM);
+    ASSERT_TRUE(tray.waitForFinished(10000));
+    EXPECT_EQ(tray.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(tray.exitCode(), 0);
+    EXPECT_TRUE(logText().ends_with("[INFO] Stopped Ruvola\n")) << logText();
+    unsetenv("XDG_STATE_HOME");
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDir>
+#include <QMenu>
 #include <QPainter>
 #include <QProcess>
 #include <QSettings>
@@ -212,6 +213,32 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
         return false;
     }));
     EXPECT_TRUE(pad_.violations.empty());
+}
+
+TEST_F(EndToEnd, TheIconHidesComesBackOnReopenAndStaysHiddenAtLogin) {
+    launch();
+    const std::unique_ptr<QMenu> menu = host_->contextMenu();
+    Strings titles;
+    for (const QAction* action : menu->actions()) {
+        titles.push_back(action->isSeparator() ? "—" : action->text().toStdString());
+    }
+    EXPECT_EQ(titles, (Strings{"Launch at Login", "—", "Hide Menu Bar Icon", "About Ruvola",
+                               "Quit Ruvola"}));
+    EXPECT_FALSE(menu->actions().front()->isChecked());
+
+    menu->actions()[2]->trigger();
+    EXPECT_FALSE(host_->trayIcon().isVisible());
+    EXPECT_TRUE(logged("INFO Status item hidden from the menu"));
+    host_->terminate();
+
+    // Started by the desktop at login, a hidden icon stays hidden; opened again, it comes back.
+    host_ = std::make_unique<MenubarHost>(application_, logger_, AppIdentity{}, platform_,
+                                          settings_, true);
+    host_->launch();
+    EXPECT_FALSE(host_->trayIcon().isVisible());
+    host_->reopen();
+    EXPECT_TRUE(host_->trayIcon().isVisible());
+    EXPECT_TRUE(logged("INFO Status item restored on reopen"));
 }
 
 } // namespace

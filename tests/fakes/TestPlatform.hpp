@@ -94,6 +94,9 @@ public:
     std::unique_ptr<platform::Notifier> makeAccessWatcher() override {
         return accessWatchers ? accessWatchers() : real_->makeAccessWatcher();
     }
+    std::unique_ptr<platform::Notifier> makeStopWatcher() override {
+        return real_->makeStopWatcher();
+    }
     platform::Applications& applications() override {
         return applicationsOverride != nullptr ? *applicationsOverride : real_->applications();
     }

@@ -7,6 +7,7 @@
 #include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
 #include "Ruvola/platform/linux/LogindWakeWatcher.hpp"
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
+#include "Ruvola/platform/linux/SignalStopWatcher.hpp"
 #include "Ruvola/platform/linux/SpawnProcesses.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
@@ -36,6 +37,9 @@ public:
     }
     std::unique_ptr<Notifier> makeAccessWatcher() override {
         return std::make_unique<UinputAccessWatcher>();
+    }
+    std::unique_ptr<Notifier> makeStopWatcher() override {
+        return std::make_unique<SignalStopWatcher>();
     }
     Applications& applications() override { return applications_; }
     Desktop& desktop() override { return desktop_; }
