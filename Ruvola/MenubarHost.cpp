@@ -99,6 +99,20 @@ void MenubarHost::launch() {
                 }
             });
     tray_.setVisible(settings_.value(iconVisibleKey, true).toBool());
+    // An icon shown before any tray exists is never docked: show it again once one comes.
+    trayWatch_.setInterval(trayCheckInterval);
+    trayWatch_.callOnTimeout(this, [this] {
+        if (QSystemTrayIcon::isSystemTrayAvailable()) {
+            trayWatch_.stop();
+            if (tray_.isVisible()) {
+                tray_.hide();
+                tray_.show();
+            }
+        }
+    });
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        trayWatch_.start();
+    }
 
     application_.start(std::move(context));
     started_ = true;

@@ -7,7 +7,9 @@
 #include <QObject>
 #include <QPointer>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
+#include <chrono>
 #include <memory>
 
 class QDialog;
@@ -69,6 +71,9 @@ private:
     StatusPanelController panel_;
     QPointer<PanelContentView> view_;
     std::unique_ptr<QDialog> about_;
+    /// Looks for a tray while there is none; stopped for good once there is one.
+    QTimer trayWatch_;
+    static constexpr std::chrono::seconds trayCheckInterval{2};
     bool started_ = false;
 };
 

@@ -6,6 +6,7 @@
 #include "support/Servers.hpp"
 
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -146,6 +147,21 @@ TEST_F(CommandLine, TheTrayApplicationNeedsADesktopRunsOnceAndStopsCleanly) {
     };
     ASSERT_TRUE(
         testing::waitUntil([&] { return logText().find("Starting") != std::string::npos; }, 10s));
+    // No tray when it started: the icon docks once one appears.
+    const auto docked = [] {
+        QProcess windows;
+        windows.start("xwininfo", {"-root", "-tree"});
+        windows.waitForFinished();
+        return windows.readAllStandardOutput().contains("(\"ruvola\" \"Ruvola\")");
+    };
+    EXPECT_FALSE(docked());
+    if (!QStandardPaths::findExecutable("trayer").isEmpty()) {
+        QProcess trayer;
+        trayer.start("trayer", {"--SetDockType", "true", "--transparent", "false"});
+        EXPECT_TRUE(testing::waitUntil(docked, 10s));
+        trayer.kill();
+        trayer.waitForFinished();
+    }
     // Later launches hand over to the running one and leave at once.
     EXPECT_EQ(std::get<0>(run({})), 0);
     EXPECT_EQ(std::get<0>(run({"--login-launch"})), 0);

@@ -20,6 +20,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fstream>
 #include <string_view>
 
@@ -32,6 +33,12 @@ using Strings = std::vector<std::string>;
 
 // Set up once by main(): why this machine can't run the scenario, or nothing.
 std::string* unavailable = nullptr;
+
+void startTray(QProcess& tray) {
+    tray.start("trayer", {"--edge", "top", "--align", "right", "--widthtype", "pixel", "--width",
+                          "120", "--heighttype", "pixel", "--height", "32", "--SetDockType", "true",
+                          "--transparent", "false"});
+}
 
 class EndToEnd : public ::testing::Test {
 protected:
@@ -243,6 +250,28 @@ TEST_F(EndToEnd, TheIconHidesComesBackOnReopenAndStaysHiddenAtLogin) {
     EXPECT_TRUE(logged("INFO Status item restored on reopen"));
 }
 
+TEST_F(EndToEnd, APadPulledOutMidImageGetsEveryKeyBackWhenItReturns) {
+    save(R"({"bindings": [
+  {"control": "key 1", "name": "One", "shell": "true"},
+  {"control": "key 2", "name": "Two", "shell": "true"},
+  {"control": "key 2", "when": ["Notes"], "name": "Notes", "shell": "true"}]})");
+    launch();
+    ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 9; }, 10s));
+
+    pad_.refuseAfter(1, ENODEV); // the first image's second chunk fails: the pad is gone
+    save(R"({"settings": {"rotation": 0}, "bindings": [
+  {"control": "key 1", "name": "One", "shell": "true"},
+  {"control": "key 2", "name": "Two", "shell": "true"},
+  {"control": "key 2", "when": ["Notes"], "name": "Notes", "shell": "true"}]})");
+    EXPECT_TRUE(logged("INFO The pad refused a command (0x00000013); another app may hold it"));
+    pad_.unplug();
+    pad_.acceptWrites();
+    EXPECT_EQ(next([&] { pad_.plugIn(); }, 9),
+              (Strings{"feature 1", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP", "BAT 1", "BAT 2",
+                       "STP"}));
+    EXPECT_TRUE(pad_.violations.empty());
+}
+
 } // namespace
 } // namespace ruvola
 
@@ -273,9 +302,7 @@ int main(int argc, char** argv) {
         if (!display.start(true)) {
             missing = "the X server or openbox did not start";
         }
-        tray.start("trayer", {"--edge", "top", "--align", "right", "--widthtype", "pixel",
-                              "--width", "120", "--heighttype", "pixel", "--height", "32",
-                              "--SetDockType", "true", "--transparent", "false"});
+        ruvola::startTray(tray);
     }
     qputenv("QT_QPA_PLATFORM", missing.empty() ? "xcb" : "offscreen");
     QApplication application(argc, argv);

@@ -47,7 +47,7 @@ public:
         matching_ = std::move(matching);
         onMatch_ = std::move(onMatch);
         onRemoval_ = std::move(onRemoval);
-        QTimer::singleShot(0, [this] { announce(); });
+        QTimer::singleShot(0, &alive_, [this] { announce(); }); // not after this manager is gone
     }
 
     // Like the system's manager, reports only devices that match.
@@ -68,6 +68,7 @@ public:
 
 private:
     VirtualPad& pad_;
+    QObject alive_;
 };
 
 VirtualPad::VirtualPad(int vendorID, int productID)
@@ -118,6 +119,10 @@ void VirtualPad::plugIn() {
 }
 
 int VirtualPad::take(std::span<const std::uint8_t> report) {
+    if (refuseAfter_ && (*refuseAfter_)-- == 0) {
+        refusing_ = refuseError_;
+        refuseAfter_.reset();
+    }
     if (refusing_ != 0) {
         return refusing_;
     }
