@@ -1,6 +1,7 @@
 #include "Ruvola/ActionRunner.hpp"
 #include "Ruvola/BindingsStore.hpp"
 #include "Ruvola/RuvolaApplication.hpp"
+#include "Ruvola/platform/Notifier.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
@@ -175,6 +176,36 @@ TEST_F(RuvolaApplicationTest, PanelContentFollowsThePadTheFileAndAccess) {
     EXPECT_EQ(broken[4], "Fine Volume Steps on");
     EXPECT_FALSE(application_.runner()->fineVolumeSteps());
     EXPECT_FALSE(settings_.value("fineVolumeSteps").toBool());
+}
+
+// Stands in for the watcher of /dev/uinput: the test says when access may have changed.
+class ManualNotifier final : public platform::Notifier {
+public:
+    explicit ManualNotifier(std::function<void()>*& fire) : fire_(fire) {}
+    bool start(std::function<void()> notify) override {
+        notify_ = std::move(notify);
+        fire_ = &notify_;
+        return true;
+    }
+
+private:
+    std::function<void()>*& fire_;
+    std::function<void()> notify_;
+};
+
+TEST_F(RuvolaApplicationTest, ALostAccessIsLoggedHalfASecondAfterItsNotice) {
+    std::function<void()>* accessChanged = nullptr;
+    platform_.accessWatchers = [&] { return std::make_unique<ManualNotifier>(accessChanged); };
+    start();
+    EXPECT_TRUE(logger_.contains("INFO Input access allowed: system keys and keystrokes on"));
+    ASSERT_NE(accessChanged, nullptr);
+    (*accessChanged)(); // nothing changed: nothing logged
+    access_.trusted = false;
+    (*accessChanged)();
+    EXPECT_TRUE(waitUntil([&] { return logger_.contains("INFO Input access removed"); }));
+    testing::runEventLoop(600ms);
+    const Strings lines = logger_.lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "INFO Input access removed"), 1);
 }
 
 } // namespace

@@ -166,6 +166,8 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
     EXPECT_TRUE(logged("INFO Left Knob (Turn): action completed"));
     std::ifstream pressed(home_.filePath("pressed").toStdString());
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(pressed), {}), "x\n");
+    std::ifstream turned(home_.filePath("turned").toStdString());
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(turned), {}), "r\n"); // +3 runs once
 
     EXPECT_EQ(next([&] { save(layout(60, "Pause")); }, 2), (Strings{"BAT 1", "STP"}));
     EXPECT_EQ(next([&] { save(layout(30, "Pause")); }, 1), Strings{"LIG 30"});
