@@ -57,7 +57,12 @@ MenubarHost::MenubarHost(RuvolaApplication& application, Logging& logger, AppIde
     panel_.onHidden = [] {};
 }
 
-MenubarHost::~MenubarHost() = default;
+MenubarHost::~MenubarHost() {
+    // Until the panel first shows it, the view belongs to no window that would delete it.
+    if (view_ && view_->parent() == nullptr) {
+        delete view_;
+    }
+}
 
 void MenubarHost::launch() {
     logger_.info("Starting " + identity_.name + " " + identity_.version + " (" + identity_.build +

@@ -169,7 +169,7 @@ TEST_F(CommandLine, TheTrayApplicationNeedsADesktopRunsOnceAndStopsCleanly) {
     ::kill(static_cast<pid_t>(tray.processId()), SIGTERM);
     ASSERT_TRUE(tray.waitForFinished(10000));
     EXPECT_EQ(tray.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(tray.exitCode(), 0);
+    EXPECT_EQ(tray.exitCode(), 0) << tray.readAllStandardError().toStdString();
     EXPECT_TRUE(logText().ends_with("[INFO] Stopped Ruvola\n")) << logText();
     unsetenv("XDG_STATE_HOME");
 }
