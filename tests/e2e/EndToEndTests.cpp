@@ -252,7 +252,7 @@ TEST_F(EndToEnd, TheIconHidesComesBackOnReopenAndStaysHiddenAtLogin) {
     EXPECT_TRUE(logged("INFO Status item restored on reopen"));
 }
 
-TEST_F(EndToEnd, APadPulledOutMidImageGetsEveryKeyBackWhenItReturns) {
+TEST_F(EndToEnd, APadPulledOutMidImageAndANewWindowManagerLeaveNoStaleKey) {
     save(R"({"bindings": [
   {"control": "key 1", "name": "One", "shell": "true"},
   {"control": "key 2", "name": "Two", "shell": "true"},
@@ -272,6 +272,25 @@ TEST_F(EndToEnd, APadPulledOutMidImageGetsEveryKeyBackWhenItReturns) {
               (Strings{"feature 1", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP", "BAT 1", "BAT 2",
                        "STP"}));
     EXPECT_TRUE(pad_.violations.empty());
+
+    // Another window manager takes over, as after a crash or an upgrade; windows keep working.
+    QProcess manager, notes;
+    manager.start("openbox", {"--replace", "--sm-disable"});
+    ASSERT_TRUE(manager.waitForStarted());
+    EXPECT_EQ(next(
+                  [&] {
+                      notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
+                      waitUntil([&] {
+                          poke();
+                          return !pad_.received.empty();
+                      });
+                  },
+                  2),
+              (Strings{"BAT 2", "STP"}));
+    notes.kill();
+    notes.waitForFinished();
+    manager.kill();
+    manager.waitForFinished();
 }
 
 } // namespace
