@@ -1,5 +1,6 @@
 // The whole application — tray host, driver, bindings store, action runner, key art — on a
-// private X server with a window manager and a tray, a stand-in system bus, and the virtual pad.
+// private X server with a window manager and a tray, private buses, a sound server with a null
+// sink, and the virtual pad.
 #include "Ruvola/MenubarHost.hpp"
 #include "Ruvola/PadConnection.hpp"
 #include "Ruvola/RuvolaApplication.hpp"
@@ -152,6 +153,7 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
   {"control": "key 2", "name": "Next", "system": "next"},
   {"control": "key 2", "when": ["Notes"], "name": "Save", "keystroke": "cmd s"},
   {"control": "left knob", "name": "Turn", "right": {"shell": "echo r >> \"$HOME/turned\""}},
+  {"control": "middle knob", "name": "Volume", "turn": "volume"},
   )" + keyFive +
                "]}";
     };
@@ -168,6 +170,13 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(pressed), {}), "x\n");
     std::ifstream turned(home_.filePath("turned").toStdString());
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(turned), {}), "r\n"); // +3 runs once
+
+    // Nothing listens for the media keys on this display: the level is stepped directly.
+    testing::PulseServer::pactl({"set-sink-volume", "test", "50%"});
+    application_.pad()->onInput(PadInput::knobTurn(Knob::middle, 1));
+    EXPECT_TRUE(logged("WARNING The desktop ignored the system volume keys; setting the level "
+                       "directly instead"));
+    EXPECT_TRUE(testing::PulseServer::pactl({"get-sink-volume", "test"}).contains("56%"));
 
     EXPECT_EQ(next([&] { save(layout(60, "Pause")); }, 2), (Strings{"BAT 1", "STP"}));
     EXPECT_EQ(next([&] { save(layout(30, "Pause")); }, 1), Strings{"LIG 30"});
@@ -298,7 +307,8 @@ TEST_F(EndToEnd, APadPulledOutMidImageAndANewWindowManagerLeaveNoStaleKey) {
 
 int main(int argc, char** argv) {
     using namespace std::chrono_literals;
-    // The scenario's own servers: X with openbox and a tray, and a system bus it owns logind on.
+    // The scenario's own servers: X with openbox and a tray, a sound server, a session bus, and a
+    // system bus it owns logind on.
     std::string missing = ruvola::testing::XServer::missing(true);
     bool listing = false; // listing the tests needs no servers
     for (int index = 1; index < argc; ++index) {
@@ -314,12 +324,24 @@ int main(int argc, char** argv) {
     }
     QTemporaryDir folder;
     ruvola::testing::XServer display;
-    QProcess tray, bus;
+    QProcess tray, bus, sessionBus;
+    ruvola::testing::PulseServer sound;
     if (missing.empty()) {
-        const QString address = "unix:path=" + folder.filePath("system.sock");
-        bus.start("dbus-daemon", {"--config-file=/usr/share/dbus-1/session.conf",
-                                  "--address=" + address, "--nofork"});
-        setenv("DBUS_SYSTEM_BUS_ADDRESS", address.toLocal8Bit().constData(), 1);
+        missing = ruvola::testing::PulseServer::missing();
+    }
+    if (missing.empty()) {
+        // Private buses: nothing reaches the user's session, and logind is ours to play.
+        for (auto [process, variable, socket] :
+             {std::tuple{&bus, "DBUS_SYSTEM_BUS_ADDRESS", "system.sock"},
+              std::tuple{&sessionBus, "DBUS_SESSION_BUS_ADDRESS", "session.sock"}}) {
+            const QString address = "unix:path=" + folder.filePath(socket);
+            process->start("dbus-daemon", {"--config-file=/usr/share/dbus-1/session.conf",
+                                           "--address=" + address, "--nofork"});
+            setenv(variable, address.toLocal8Bit().constData(), 1);
+        }
+        if (!sound.start(folder.path())) {
+            missing = "the sound server did not start";
+        }
         if (!display.start(true)) {
             missing = "the X server or openbox did not start";
         }
@@ -346,7 +368,9 @@ int main(int argc, char** argv) {
     const int result = RUN_ALL_TESTS();
     tray.kill();
     tray.waitForFinished();
-    bus.kill();
-    bus.waitForFinished();
+    for (QProcess* process : {&bus, &sessionBus}) {
+        process->kill();
+        process->waitForFinished();
+    }
     return result;
 }

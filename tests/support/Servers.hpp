@@ -119,6 +119,7 @@ public:
                        "--log-target=file:" + folder + "/pa.log", "-L",
                        "module-null-sink sink_name=test", "-L",
                        "module-native-protocol-unix auth-anonymous=1 socket=" + socket});
+        server_.waitForStarted(); // also before any event loop runs
         waitUntil(
             [&] {
                 return std::filesystem::exists(socket.toStdString()) ||
