@@ -5,5 +5,6 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh" test
 "$root/scripts/check-format.sh"
 "$root/scripts/build.sh" "$root/build/test" -DRUVOLA_WARNINGS_AS_ERRORS=ON
-cd "$root/build/test"
-ctest --output-on-failure --parallel "$(nproc)"
+(cd "$root/build/test" && ctest --output-on-failure --parallel "$(nproc)")
+# The same suite again under the sanitizers.
+"$root/scripts/sanitize.sh" "$root/build"

@@ -86,8 +86,15 @@ struct CloseDisplay {
 };
 using DisplayHandle = std::unique_ptr<Display, CloseDisplay>;
 
+// Xlib ends the process when a display's connection breaks; a server that goes away in the middle
+// of typing (the session ending) only ends the typing.
+void keepRunning(Display*, void*) {}
+
 DisplayHandle openDisplay() {
     DisplayHandle display(XOpenDisplay(nullptr));
+    if (display) {
+        XSetIOErrorExitHandler(display.get(), keepRunning, nullptr);
+    }
     int event = 0, error = 0, major = 0, minor = 0;
     if (display && !XTestQueryExtension(display.get(), &event, &error, &major, &minor)) {
         display.reset();
