@@ -1,11 +1,10 @@
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
 
+#include "Ruvola/platform/linux/InotifyEvents.hpp"
+
 #include <QSocketNotifier>
 
-#include <array>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -85,40 +84,22 @@ void InotifyDirectoryWatcher::readEvents() {
     bool changed = false;
     bool rearm = false;
 
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
-    for (;;) {
-        const ssize_t length = ::read(descriptor_, buffer.data(), buffer.size());
-        if (length < 0 && errno == EINTR) {
-            continue;
-        }
-        if (length <= 0) {
-            break; // EAGAIN: drained
-        }
-        const auto end = static_cast<std::size_t>(length);
-        std::size_t offset = 0;
-        while (offset + sizeof(inotify_event) <= end) {
-            inotify_event event;
-            std::memcpy(&event, buffer.data() + offset, sizeof event);
-            std::string_view name(buffer.data() + offset + sizeof event, event.len);
-            name = name.substr(0, name.find('\0'));
-            offset += sizeof event + event.len;
-
-            if ((event.mask & IN_Q_OVERFLOW) != 0) {
-                changed = rearm = true;
-            } else if (event.wd == directoryWatch_) {
-                changed = true;
-                if ((event.mask & IN_MOVE_SELF) != 0) {
-                    inotify_rm_watch(descriptor_, directoryWatch_);
-                }
-                if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
-                    directoryWatch_ = -1;
-                    rearm = true;
-                }
-            } else if (event.wd == parentWatch_ && name == name_) {
-                changed = rearm = true;
+    readInotifyEvents(descriptor_, [&](const inotify_event& event, std::string_view name) {
+        if ((event.mask & IN_Q_OVERFLOW) != 0) {
+            changed = rearm = true;
+        } else if (event.wd == directoryWatch_) {
+            changed = true;
+            if ((event.mask & IN_MOVE_SELF) != 0) {
+                inotify_rm_watch(descriptor_, directoryWatch_);
             }
+            if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+                directoryWatch_ = -1;
+                rearm = true;
+            }
+        } else if (event.wd == parentWatch_ && name == name_) {
+            changed = rearm = true;
         }
-    }
+    });
 
     if (rearm) {
         armDirectory();

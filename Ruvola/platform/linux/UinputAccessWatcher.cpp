@@ -1,11 +1,10 @@
 #include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
 
+#include "Ruvola/platform/linux/InotifyEvents.hpp"
+
 #include <QSocketNotifier>
 
-#include <array>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -57,32 +56,13 @@ void UinputAccessWatcher::readEvents() {
     const std::string name = node_.filename().string();
     bool changed = false;
 
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
-    for (;;) {
-        const ssize_t length = ::read(descriptor_, buffer.data(), buffer.size());
-        if (length < 0 && errno == EINTR) {
-            continue;
+    readInotifyEvents(descriptor_, [&](const inotify_event& event, std::string_view entry) {
+        // An overflow may have dropped the node's events; a directory gone takes the node along.
+        if ((event.mask & (IN_Q_OVERFLOW | IN_IGNORED)) != 0 ||
+            (event.wd == watch_ && entry == name)) {
+            changed = true;
         }
-        if (length <= 0) {
-            break; // EAGAIN: drained
-        }
-        const auto end = static_cast<std::size_t>(length);
-        std::size_t offset = 0;
-        while (offset + sizeof(inotify_event) <= end) {
-            inotify_event event;
-            std::memcpy(&event, buffer.data() + offset, sizeof event);
-            std::string_view entry(buffer.data() + offset + sizeof event, event.len);
-            entry = entry.substr(0, entry.find('\0'));
-            offset += sizeof event + event.len;
-
-            // An overflow may have dropped the node's events; a directory gone takes the node
-            // along.
-            if ((event.mask & (IN_Q_OVERFLOW | IN_IGNORED)) != 0 ||
-                (event.wd == watch_ && entry == name)) {
-                changed = true;
-            }
-        }
-    }
+    });
 
     if (changed && changed_) {
         // A copy, as the callback may destroy this watcher.
