@@ -96,6 +96,15 @@ protected:
                           {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
     }
 
+    // Starts a window of "Notes", which comes to the front, and waits for the pad to hear of it.
+    void openNotes(QProcess& notes) {
+        notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
+        waitUntil([&] {
+            poke();
+            return !pad_.received.empty();
+        });
+    }
+
     static void screenshot(const QString& name) {
         QDir().mkpath(RUVOLA_ARTEFACTS_DIR);
         QProcess::execute("import", {"-window", "root", RUVOLA_ARTEFACTS_DIR "/" + name});
@@ -183,16 +192,7 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
 
     // A real application with its own binding for key 2 comes to the front, then goes.
     QProcess notes;
-    EXPECT_EQ(next(
-                  [&] {
-                      notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
-                      waitUntil([&] {
-                          poke();
-                          return !pad_.received.empty();
-                      });
-                  },
-                  2),
-              (Strings{"BAT 2", "STP"}));
+    EXPECT_EQ(next([&] { openNotes(notes); }, 2), (Strings{"BAT 2", "STP"}));
     EXPECT_EQ(next(
                   [&] {
                       notes.kill();
@@ -286,16 +286,7 @@ TEST_F(EndToEnd, APadPulledOutMidImageAndANewWindowManagerLeaveNoStaleKey) {
     QProcess manager, notes;
     manager.start("openbox", {"--replace", "--sm-disable"});
     ASSERT_TRUE(manager.waitForStarted());
-    EXPECT_EQ(next(
-                  [&] {
-                      notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
-                      waitUntil([&] {
-                          poke();
-                          return !pad_.received.empty();
-                      });
-                  },
-                  2),
-              (Strings{"BAT 2", "STP"}));
+    EXPECT_EQ(next([&] { openNotes(notes); }, 2), (Strings{"BAT 2", "STP"}));
     notes.kill();
     notes.waitForFinished();
     manager.kill();
