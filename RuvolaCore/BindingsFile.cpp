@@ -51,17 +51,30 @@ BindingsFile documentProblem(std::string_view problem) {
     return BindingsFile{{}, {std::string(problem)}, {}};
 }
 
-bool clashes(const PadBinding& earlier, const PadBinding& later) {
-    if (earlier.control != later.control || earlier.apps.empty() != later.apps.empty()) {
-        return false;
-    }
-    if (earlier.apps.empty()) {
+// What the accepted bindings already claim: a control with no "when" list, or a control for one
+// application. Looked up by hash, so a file of many bindings reads in linear time.
+class Claims {
+public:
+    // Claims what `binding` needs; false, claiming nothing, when an earlier binding has any of it.
+    bool claim(const PadBinding& binding) {
+        if (binding.apps.empty()) {
+            return plain_.insert(binding.control).second;
+        }
+        const std::string control = binding.control.configName() + '\n';
+        if (std::any_of(binding.apps.begin(), binding.apps.end(),
+                        [&](const std::string& app) { return perApp_.contains(control + app); })) {
+            return false;
+        }
+        for (const std::string& app : binding.apps) {
+            perApp_.insert(control + app);
+        }
         return true;
     }
-    return std::any_of(later.apps.begin(), later.apps.end(), [&](const std::string& app) {
-        return std::find(earlier.apps.begin(), earlier.apps.end(), app) != earlier.apps.end();
-    });
-}
+
+private:
+    std::unordered_set<PadControl> plain_;
+    std::unordered_set<std::string> perApp_;
+};
 
 } // namespace
 
@@ -91,6 +104,7 @@ BindingsFile BindingsFile::parse(std::string_view bytes) {
         settings != document.end() && settings->is_object()) {
         file.settings = bindingsReader::settings(*settings, file.problems);
     }
+    Claims claims;
     std::size_t position = 0;
     for (const json& entry : *list) {
         ++position;
@@ -104,10 +118,7 @@ BindingsFile BindingsFile::parse(std::string_view bytes) {
                                       : "entry " + std::to_string(position);
         try {
             PadBinding binding = bindingsReader::binding(entry);
-            const bool duplicate =
-                std::any_of(file.bindings.begin(), file.bindings.end(),
-                            [&](const PadBinding& earlier) { return clashes(earlier, binding); });
-            if (duplicate) {
+            if (!claims.claim(binding)) {
                 file.problems.push_back(label + std::string(boundTwice));
             } else {
                 file.bindings.push_back(std::move(binding));
