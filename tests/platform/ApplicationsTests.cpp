@@ -172,55 +172,26 @@ private:
     Display* display_;
 };
 
-/// A private Xvfb, optionally with openbox. A connection of the test's own stays open all along:
-/// Xvfb resets whenever its last client leaves, turning away a window manager still starting.
-class Session {
-public:
-    Session() = default;
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-    ~Session() { stop(); }
-
-    bool start(bool windowManager) {
-        if (!server_.start(false)) {
-            return false;
-        }
-        x_ = std::make_unique<XClient>();
-        return !windowManager || startWindowManager();
-    }
-
-    bool startWindowManager() {
-        manager_.start("openbox", {"--sm-disable"});
-        return manager_.waitForStarted() && x_->windowManagerListens();
-    }
-
-    void killWindowManager() {
-        manager_.kill();
-        manager_.waitForFinished(5000);
-    }
-
-    void stop() {
-        killWindowManager();
-        x_.reset(); // before its server goes, which Xlib would not survive
-        server_.stop();
-    }
-
-    XClient& x() { return *x_; }
-    const std::string& display() const { return server_.display(); }
-
-private:
-    testing::XServer server_;
-    QProcess manager_;
-    std::unique_ptr<XClient> x_;
-};
-
 class Ewmh : public ::testing::Test {
 protected:
     void SetUp() override {
         if (const std::string missing = testing::XServer::missing(true); !missing.empty()) {
             GTEST_SKIP() << missing;
         }
-        ASSERT_TRUE(session_.start(true));
+        ASSERT_TRUE(start(true));
+    }
+
+    bool start(bool windowManager) {
+        if (!server_.start(windowManager)) {
+            return false;
+        }
+        x_.emplace();
+        return !windowManager || x_->windowManagerListens();
+    }
+
+    void stop() {
+        x_.reset(); // before its server goes, which Xlib would not survive
+        server_.stop();
     }
 
     /// The running application of that name, once there is one.
@@ -251,7 +222,8 @@ protected:
         return seen;
     }
 
-    Session session_;
+    testing::XServer server_;
+    std::optional<XClient> x_;
     platform::EwmhApplications applications_;
 };
 
@@ -289,7 +261,7 @@ TEST_F(Ewmh, ListsEachApplicationOnceInTheWindowManagersOrder) {
     }
 }
 
-TEST_F(Ewmh, HidesAndActivatesEveryWindowOfAnApplication) {
+TEST_F(Ewmh, HidesActivatesAndWatchesEveryWindowOfAnApplication) {
     TestWindow alpha("Alpha", "alpha-bin", 2), beta("Beta", "beta");
     ASSERT_TRUE(alpha.ready() && beta.ready());
     const auto alphaApp = named("Alpha"), betaApp = named("Beta");
@@ -298,35 +270,22 @@ TEST_F(Ewmh, HidesAndActivatesEveryWindowOfAnApplication) {
 
     EXPECT_TRUE(applications_.activate(*alphaApp));
     EXPECT_TRUE(frontmostBecomes("Alpha"));
-
-    XClient& x = session_.x();
     EXPECT_TRUE(applications_.hide(*alphaApp));
     EXPECT_TRUE(testing::waitUntil([&] { return !applications_.hasVisibleWindow(*alphaApp); }));
     for (const Window window : alpha.windows()) {
-        EXPECT_TRUE(x.hidden(window));
+        EXPECT_TRUE(x_->hidden(window));
     }
     EXPECT_TRUE(applications_.hasVisibleWindow(*betaApp));
-
     EXPECT_TRUE(applications_.activate(*alphaApp));
     EXPECT_TRUE(frontmostBecomes("Alpha"));
     EXPECT_TRUE(testing::waitUntil([&] {
-        return std::ranges::none_of(alpha.windows(),
-                                    [&](Window window) { return x.hidden(window); });
+        return std::ranges::none_of(alpha.windows(), [&](Window w) { return x_->hidden(w); });
     }));
     EXPECT_TRUE(applications_.hasVisibleWindow(*alphaApp));
-
     const RunningApplication gone{"Gone", "gone", "", 0, "gone\nGone"};
     EXPECT_FALSE(applications_.hide(gone));
     EXPECT_FALSE(applications_.activate(gone));
     EXPECT_FALSE(applications_.hasVisibleWindow(gone));
-}
-
-TEST_F(Ewmh, WatcherReportsEachNewFrontApplicationOnce) {
-    TestWindow alpha("Alpha", "alpha-bin", 2), beta("Beta", "beta");
-    ASSERT_TRUE(alpha.ready() && beta.ready());
-    const auto alphaApp = named("Alpha"), betaApp = named("Beta");
-    ASSERT_TRUE(alphaApp && betaApp);
-    ASSERT_TRUE(frontmostBecomes("Beta"));
 
     platform::EwmhFrontmostWatcher watcher;
     std::vector<std::string> reports;
@@ -339,18 +298,22 @@ TEST_F(Ewmh, WatcherReportsEachNewFrontApplicationOnce) {
         return testing::waitUntil(
             [&] { return !reports.empty() && reports.back() == application.name; });
     };
-
+    EXPECT_TRUE(bringForward(*betaApp));
+    reports.clear(); // past what was still settling when it started
     EXPECT_TRUE(bringForward(*alphaApp));
     // No active window, then another window of the same application: not a change. Had it been
     // reported, it would be before the next switch.
-    session_.x().setActive(None);
-    session_.x().setActive(alpha.windows().at(1));
+    for (const Window window : {Window{None}, alpha.windows().at(0), alpha.windows().at(1)}) {
+        x_->setActive(window);
+    }
     EXPECT_TRUE(bringForward(*betaApp));
     EXPECT_EQ(reports, (std::vector<std::string>{"Alpha", "Beta"}));
 
     // A window manager that restarts leaves the watcher following its successor.
-    session_.killWindowManager();
-    ASSERT_TRUE(session_.startWindowManager());
+    server_.stopWindowManager();
+    QProcess successor;
+    successor.start("openbox", {"--sm-disable"});
+    ASSERT_TRUE(successor.waitForStarted() && x_->windowManagerListens());
     ASSERT_TRUE(testing::waitUntil([&] { return applications_.running().size() == 2; }, 10s));
     EXPECT_TRUE(bringForward(*alphaApp));
     EXPECT_TRUE(bringForward(*betaApp));
@@ -390,10 +353,9 @@ TEST_F(Ewmh, LaunchesByDesktopEntryOrProgramAndReopens) {
     EXPECT_NE(parent, getpid());
 
     // Reopening starts the entry again, another window of the same application.
-    XClient& x = session_.x();
-    const std::size_t windows = x.clients();
+    const std::size_t windows = x_->clients();
     EXPECT_TRUE(applications_.reopen(*files).ok());
-    EXPECT_TRUE(testing::waitUntil([&] { return x.clients() == windows + 1; }, 10s));
+    EXPECT_TRUE(testing::waitUntil([&] { return x_->clients() == windows + 1; }, 10s));
     EXPECT_EQ(applications_.running().size(), 3U);
     EXPECT_TRUE(applications_.reopen(*delta).ok()); // no entry: nothing to do
 
@@ -413,60 +375,44 @@ TEST_F(Ewmh, LaunchesByDesktopEntryOrProgramAndReopens) {
     }
 }
 
-TEST_F(Ewmh, GivesNothingWhileTheServerIsGoneAndRecoversAfter) {
-    {
-        TestWindow gamma("Gamma", "gamma");
-        ASSERT_TRUE(named("Gamma"));
-    }
+TEST_F(Ewmh, GivesNothingWithoutAWindowManagerOrDisplayAndRecoversAfter) {
+    const RunningApplication gamma{"Gamma", "gamma", "", 0, "gamma\nGamma"};
+    const auto expectNothing = [&](const char* situation, bool watcherStarts) {
+        EXPECT_FALSE(applications_.frontmost()) << situation;
+        EXPECT_TRUE(applications_.running().empty()) << situation;
+        EXPECT_FALSE(applications_.hide(gamma)) << situation;
+        EXPECT_FALSE(applications_.activate(gamma)) << situation;
+        EXPECT_FALSE(applications_.hasVisibleWindow(gamma)) << situation;
+        platform::EwmhFrontmostWatcher watcher;
+        EXPECT_EQ(watcher.start([] {}), watcherStarts) << situation;
+    };
     platform::EwmhFrontmostWatcher watcher;
-    ASSERT_TRUE(watcher.start([] {}));
-
-    const std::string display = session_.display();
-    session_.stop();
+    {
+        TestWindow window("Gamma", "gamma");
+        ASSERT_TRUE(named("Gamma"));
+        ASSERT_TRUE(watcher.start([] {}));
+        // Its root properties stay behind, naming windows it no longer manages.
+        server_.stopWindowManager();
+        expectNothing("window manager killed", true);
+    }
+    const std::string display = server_.display();
+    stop();
     setenv("DISPLAY", display.c_str(), 1); // the same name, no server behind it
-    EXPECT_FALSE(applications_.frontmost());
-    EXPECT_TRUE(applications_.running().empty());
+    expectNothing("server gone", false);
     testing::runEventLoop(100ms); // the watcher sees its connection close and stops
+    unsetenv("DISPLAY");
+    expectNothing("no display", false);
 
-    ASSERT_TRUE(session_.start(true));
+    ASSERT_TRUE(start(false));
+    {
+        TestWindow window("Gamma", "gamma");
+        ASSERT_TRUE(window.ready());
+        expectNothing("no window manager", true);
+    }
+    stop();
+    ASSERT_TRUE(start(true));
     TestWindow delta("Delta", "delta");
     EXPECT_TRUE(named("Delta"));
-}
-
-TEST(Applications, WithoutADisplayOrWindowManagerThereIsNothing) {
-    enum class Situation { NoDisplay, NoWindowManager, KilledWindowManager };
-    for (const Situation situation :
-         {Situation::NoDisplay, Situation::NoWindowManager, Situation::KilledWindowManager}) {
-        const bool hasDisplay = situation != Situation::NoDisplay;
-        Session session;
-        std::unique_ptr<TestWindow> gamma;
-        if (hasDisplay) {
-            const bool manager = situation == Situation::KilledWindowManager;
-            if (const std::string missing = testing::XServer::missing(manager); !missing.empty()) {
-                GTEST_SKIP() << missing;
-            }
-            ASSERT_TRUE(session.start(manager));
-            gamma = std::make_unique<TestWindow>("Gamma", "gamma");
-            ASSERT_TRUE(gamma->ready());
-            if (manager) {
-                // Its root properties stay behind, naming windows it no longer manages.
-                ASSERT_TRUE(testing::waitUntil([&] { return session.x().clients() == 1; }));
-                session.killWindowManager();
-            }
-        } else {
-            unsetenv("DISPLAY");
-        }
-        const int index = static_cast<int>(situation);
-        platform::EwmhApplications applications;
-        const RunningApplication some{"Gamma", "gamma", "", 0, "gamma\nGamma"};
-        EXPECT_FALSE(applications.frontmost()) << index;
-        EXPECT_TRUE(applications.running().empty()) << index;
-        EXPECT_FALSE(applications.hide(some)) << index;
-        EXPECT_FALSE(applications.activate(some)) << index;
-        EXPECT_FALSE(applications.hasVisibleWindow(some)) << index;
-        platform::EwmhFrontmostWatcher watcher;
-        EXPECT_EQ(watcher.start([] {}), hasDisplay) << index;
-    }
 }
 
 } // namespace
