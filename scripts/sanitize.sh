@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Runs the whole suite built with AddressSanitizer and UndefinedBehaviorSanitizer, then the parts
 # that run on several threads (logger, processes, action runner, network completion, the driver
-# with sleeping shells) built with
-# ThreadSanitizer. Usage: scripts/sanitize.sh [BUILD_ROOT]
+# with sleeping shells) built with ThreadSanitizer. Usage: scripts/sanitize.sh [BUILD_ROOT]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 builds=${1:-"$root/build"}
