@@ -20,6 +20,7 @@ test_packages=(
   libbenchmark-dev
   pulseaudio
   openbox x11-utils xdotool trayer imagemagick dbus openssl
+  clang libclang-rt-14-dev
 )
 
 wanted=("${build_packages[@]}")

@@ -6,5 +6,6 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/check-format.sh"
 "$root/scripts/build.sh" "$root/build/test" -DRUVOLA_WARNINGS_AS_ERRORS=ON
 (cd "$root/build/test" && ctest --output-on-failure --parallel "$(nproc)")
-# The same suite again under the sanitizers.
+# The same suite again under the sanitizers, then each fuzz target for a short while.
 "$root/scripts/sanitize.sh" "$root/build"
+"$root/scripts/fuzz.sh" "${RUVOLA_FUZZ_SECONDS:-30}"
