@@ -7,8 +7,10 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 builds=${1:-"$root/build"}
 jobs=$(nproc)
 
-"$root/scripts/build.sh" "$builds/asan" -DRUVOLA_WARNINGS_AS_ERRORS=ON \
-  -DRUVOLA_SANITIZE=address,undefined -DCMAKE_BUILD_TYPE=RelWithDebInfo
+# Unoptimised: with -O2 and these sanitizers, g++ 12 warns of uninitialised values inside
+# std::function and std::regex that are not there.
+BUILD_TYPE=Debug "$root/scripts/build.sh" "$builds/asan" -DRUVOLA_WARNINGS_AS_ERRORS=ON \
+  -DRUVOLA_SANITIZE=address,undefined
 (cd "$builds/asan" && ctest --output-on-failure --parallel "$jobs" --timeout 600)
 
 threaded=(app_logging_tests platform_processes_tests app_action_runner_tests app_network_actions_tests
