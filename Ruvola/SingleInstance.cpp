@@ -1,16 +1,13 @@
 #include "Ruvola/SingleInstance.hpp"
 
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QLockFile>
+#include <QStandardPaths>
 
-#include <cerrno>
 #include <chrono>
-#include <fcntl.h>
-#include <sys/file.h>
 #include <thread>
-#include <unistd.h>
 
 namespace ruvola {
 
@@ -47,34 +44,30 @@ SingleInstance::SingleInstance(std::string name) : name_(std::move(name)) {}
 
 SingleInstance::~SingleInstance() {
     server_.reset(); // removes the socket while the lock still says it is ours
-    if (lock_ >= 0) {
-        ::close(lock_);
-    }
 }
 
 std::string SingleInstance::socketPath() const {
-    return QDir::tempPath().toStdString() + "/" + name_ + "-" + std::to_string(::getuid());
+    // The runtime folder is the user's own, so each user has an instance of their own.
+    return (QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) + "/" +
+            QString::fromStdString(name_))
+        .toStdString();
 }
 
 bool SingleInstance::claim() {
-    if (lock_ >= 0) {
+    if (server_) {
         return true;
     }
     const QString path = QString::fromStdString(socketPath());
-    lock_ =
-        ::open((socketPath() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (lock_ >= 0 && ::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-        const bool held = errno == EWOULDBLOCK;
-        ::close(lock_);
-        lock_ = -1;
-        if (held) {
-            askToReopen(path, std::chrono::seconds(3));
-            return false;
-        }
-    }
-    // Without a lock file (one another user made, say) a live instance is told by its answer.
-    if (lock_ < 0 && askToReopen(path, std::chrono::milliseconds(100))) {
+    auto lock = std::make_unique<QLockFile>(path + ".lock");
+    // Only a holder that has ended gives the lock up, however long it has been running.
+    lock->setStaleLockTime(0);
+    if (lock->tryLock(0)) {
+        lock_ = std::move(lock);
+    } else if (lock->error() == QLockFile::LockFailedError) {
+        askToReopen(path, std::chrono::seconds(3));
         return false;
+    } else if (askToReopen(path, std::chrono::milliseconds(100))) {
+        return false; // without a lock file a live instance is told by its answer
     }
     listen();
     return true;

@@ -5,6 +5,7 @@
 #include <string>
 
 class QLocalServer;
+class QLockFile;
 
 namespace ruvola {
 
@@ -12,8 +13,8 @@ namespace ruvola {
 /// on a local socket; a later one asks it, through that socket, to reopen (show itself) and then
 /// leaves.
 ///
-/// Who is first is settled by a lock on a file next to the socket, which the system releases when
-/// its holder ends however it ends; a socket found while holding it is a crashed instance's.
+/// Who is first is settled by a lock file next to the socket, which counts for nothing once the
+/// process that made it has ended; a socket found while holding it is a crashed instance's.
 class SingleInstance {
 public:
     /// `name` is the program's; the user's id is added to it.
@@ -38,7 +39,7 @@ private:
     void listen();
 
     std::string name_;
-    int lock_ = -1;
+    std::unique_ptr<QLockFile> lock_;
     std::unique_ptr<QLocalServer> server_;
 };
 
