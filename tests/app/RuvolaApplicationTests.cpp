@@ -2,6 +2,7 @@
 #include "Ruvola/BindingsStore.hpp"
 #include "Ruvola/RuvolaApplication.hpp"
 #include "Ruvola/platform/Notifier.hpp"
+#include "fakes/DriverRig.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
@@ -36,18 +37,11 @@ std::string bindings(int brightness = 60, const std::string& keyOne = "Play", in
 ]})";
 }
 
-class RuvolaApplicationTest : public ::testing::Test {
+class RuvolaApplicationTest : public ::testing::Test, protected testing::DriverRig {
 protected:
-    void SetUp() override {
-        setenv("HOME", home_.path().toLocal8Bit().constData(), 1);
-        platform_.hidManagers = [this] { return pad_.manager(); };
-        platform_.applicationsOverride = &applications_;
-        platform_.inputAccessOverride = &access_;
-        platform_.systemKeysOverride = &keys_;
-        save(bindings());
-    }
+    void SetUp() override { save(bindings()); }
 
-    void TearDown() override { application_.stop(); }
+    void TearDown() override { application.stop(); }
 
     void save(const std::string& text) {
         std::filesystem::create_directories(file().parent_path());
@@ -56,41 +50,32 @@ protected:
     }
 
     std::filesystem::path file() const {
-        return std::filesystem::path(home_.path().toStdString()) / ".config/ruvola/bindings.json";
+        return std::filesystem::path(home.path().toStdString()) / ".config/ruvola/bindings.json";
     }
 
     void start() {
-        application_.start({AppIdentity{}, &logger_, [this] { ++refreshes_; }});
-        ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 12; }));
+        application.start({AppIdentity{}, &logger, [this] { ++refreshes_; }});
+        ASSERT_TRUE(waitUntil([&] { return pad.received.size() >= 12; }));
     }
 
     // The reports a change makes the pad receive, images without their lengths; once `count`
     // have come, anything beyond them would arrive while the loop runs a little longer.
     Strings next(const std::function<void()>& change, std::size_t count) {
-        pad_.received.clear();
+        pad.received.clear();
         change();
-        waitUntil([&] { return pad_.received.size() >= count; });
+        waitUntil([&] { return pad.received.size() >= count; });
         testing::runEventLoop(300ms);
         Strings received;
-        for (const std::string& report : pad_.received) {
+        for (const std::string& report : pad.received) {
             received.push_back(report.starts_with("BAT") ? report.substr(0, 5) : report);
         }
         return received;
     }
 
     bool logged(const std::string& line) {
-        return waitUntil([&] { return logger_.contains(line); });
+        return waitUntil([&] { return logger.contains(line); });
     }
 
-    QTemporaryDir home_;
-    QSettings settings_{home_.filePath("settings.ini"), QSettings::IniFormat};
-    testing::VirtualPad pad_;
-    testing::FakeApplications applications_;
-    testing::FakeInputAccess access_;
-    testing::RecordingSystemKeys keys_;
-    testing::RecordingLogger logger_;
-    testing::TestPlatform platform_;
-    RuvolaApplication application_{platform_, settings_};
     int refreshes_ = 0;
 };
 
@@ -98,13 +83,13 @@ TEST_F(RuvolaApplicationTest, RedrawsOnlyTheKeysWhoseLookChanged) {
     start();
     // A key without a binding stays as the start-up left it: blank.
     const Strings allKeys{"BAT 1", "BAT 2", "BAT 3", "BAT 4", "BAT 5", "STP"};
-    EXPECT_EQ(pad_.received.size(), 12U);
-    EXPECT_EQ(pad_.received.back(), "STP");
+    EXPECT_EQ(pad.received.size(), 12U);
+    EXPECT_EQ(pad.received.back(), "STP");
     for (int key = 1; key <= 5; ++key) {
-        EXPECT_TRUE(pad_.key(key).has_value()) << key;
+        EXPECT_TRUE(pad.key(key).has_value()) << key;
     }
-    EXPECT_FALSE(pad_.key(6).has_value());
-    EXPECT_EQ(application_.keyImages()[0].size(), QSize(64, 64));
+    EXPECT_FALSE(pad.key(6).has_value());
+    EXPECT_EQ(application.keyImages()[0].size(), QSize(64, 64));
 
     EXPECT_EQ(next([&] { save(bindings(60, "Pause")); }, 2), (Strings{"BAT 1", "STP"}));
     EXPECT_EQ(next([&] { save(bindings(80, "Pause")); }, 1), Strings{"LIG 80"});
@@ -112,43 +97,43 @@ TEST_F(RuvolaApplicationTest, RedrawsOnlyTheKeysWhoseLookChanged) {
     EXPECT_EQ(next([&] { save(bindings(80, "Pause", 0)); }, 6),
               (Strings{"BAT 1", "BAT 2", "BAT 3", "BAT 4", "BAT 5", "STP"}));
 
-    applications_.front.emplace().name = "Editor";
-    EXPECT_EQ(next([&] { application_.frontmostChanged(); }, 2), (Strings{"BAT 2", "STP"}));
-    applications_.front.reset();
-    EXPECT_EQ(next([&] { application_.frontmostChanged(); }, 2), (Strings{"BAT 2", "STP"}));
+    applications.front.emplace().name = "Editor";
+    EXPECT_EQ(next([&] { application.frontmostChanged(); }, 2), (Strings{"BAT 2", "STP"}));
+    applications.front.reset();
+    EXPECT_EQ(next([&] { application.frontmostChanged(); }, 2), (Strings{"BAT 2", "STP"}));
 
     Strings restart{"DIS", "LIG 0", "LIG 80", "CLE 255", "STP"};
     restart.insert(restart.end(), allKeys.begin(), allKeys.end());
-    EXPECT_EQ(next([&] { application_.wokeFromSleep(); }, 11), restart);
+    EXPECT_EQ(next([&] { application.wokeFromSleep(); }, 11), restart);
     restart.insert(restart.begin(), "feature 1");
-    EXPECT_EQ(next([&] { pad_.unplug(), pad_.plugIn(); }, 12), restart);
-    EXPECT_TRUE(pad_.violations.empty());
-    EXPECT_TRUE(logger_.contains("INFO Woke from sleep; restarting the pad"));
+    EXPECT_EQ(next([&] { pad.unplug(), pad.plugIn(); }, 12), restart);
+    EXPECT_TRUE(pad.violations.empty());
+    EXPECT_TRUE(logger.contains("INFO Woke from sleep; restarting the pad"));
 }
 
 TEST_F(RuvolaApplicationTest, APressRunsItsActionOnceAndAReleaseRunsNothing) {
     start();
-    pad_.report(0x05, 1);
-    pad_.report(0x05, 0);
+    pad.report(0x05, 1);
+    pad.report(0x05, 0);
     EXPECT_TRUE(logged("INFO Key 5 (Touch): action completed"));
-    EXPECT_EQ(application_.lastControl(), PadControl::key(5));
+    EXPECT_EQ(application.lastControl(), PadControl::key(5));
 
-    application_.pad()->onInput(PadInput::knobTurn(Knob::left, 3));
-    application_.pad()->onInput(PadInput::knobTurn(Knob::left, 0));
-    application_.pad()->onInput(PadInput::knobPress(Knob::left, true)); // no press slot
-    EXPECT_TRUE(waitUntil([&] { return logger_.count() >= 5; }));
+    application.pad()->onInput(PadInput::knobTurn(Knob::left, 3));
+    application.pad()->onInput(PadInput::knobTurn(Knob::left, 0));
+    application.pad()->onInput(PadInput::knobPress(Knob::left, true)); // no press slot
+    EXPECT_TRUE(waitUntil([&] { return logger.count() >= 5; }));
     testing::runEventLoop(200ms);
-    std::ifstream turns(home_.filePath("turns").toStdString());
+    std::ifstream turns(home.filePath("turns").toStdString());
     const std::string both((std::istreambuf_iterator<char>(turns)), {});
     EXPECT_TRUE(both == "right\nleft\n" || both == "left\nright\n") << both;
-    std::ifstream presses(home_.filePath("presses").toStdString());
+    std::ifstream presses(home.filePath("presses").toStdString());
     EXPECT_EQ(std::string((std::istreambuf_iterator<char>(presses)), {}), "pressed\n");
 }
 
 TEST_F(RuvolaApplicationTest, PanelContentFollowsThePadTheFileAndAccess) {
     const auto texts = [&] {
         Strings lines;
-        for (const PanelEntry& entry : application_.panelContent()) {
+        for (const PanelEntry& entry : application.panelContent()) {
             if (const auto* row = entry.as<PanelRow>()) {
                 lines.push_back(row->text + (row->trailing ? " · " + *row->trailing : ""));
             } else if (const auto* text = entry.as<PanelEntry::Text>()) {
@@ -160,22 +145,22 @@ TEST_F(RuvolaApplicationTest, PanelContentFollowsThePadTheFileAndAccess) {
         }
         return lines;
     };
-    EXPECT_EQ(application_.statusDescription(), "Ruvola, no pad connected");
+    EXPECT_EQ(application.statusDescription(), "Ruvola, no pad connected");
     start();
-    EXPECT_EQ(application_.statusDescription(), "Ruvola, Soomfon Stream Controller SE connected");
+    EXPECT_EQ(application.statusDescription(), "Ruvola, Soomfon Stream Controller SE connected");
     EXPECT_EQ(texts(), (Strings{"Soomfon Stream Controller SE", "Controls · 6 Set",
                                 "Fine Volume Steps off", "Edit Bindings…"}));
-    EXPECT_TRUE(application_.runner()->fineVolumeSteps());
+    EXPECT_TRUE(application.runner()->fineVolumeSteps());
 
-    access_.trusted = false;
+    access.trusted = false;
     save(R"({"bindings": [{"control": "key 9"}, {"control": "key 1", "name": "A", "shell": 3}]})");
-    ASSERT_TRUE(waitUntil([&] { return !application_.store()->file().problems.empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !application.store()->file().problems.empty(); }));
     const Strings broken = texts();
     EXPECT_EQ(broken[1], "Access Needed");
     EXPECT_EQ(broken[3], "Controls · 2 to Fix");
     EXPECT_EQ(broken[4], "Fine Volume Steps on");
-    EXPECT_FALSE(application_.runner()->fineVolumeSteps());
-    EXPECT_FALSE(settings_.value("fineVolumeSteps").toBool());
+    EXPECT_FALSE(application.runner()->fineVolumeSteps());
+    EXPECT_FALSE(settings.value("fineVolumeSteps").toBool());
 }
 
 // Stands in for the watcher of /dev/uinput: the test says when access may have changed.
@@ -195,16 +180,16 @@ private:
 
 TEST_F(RuvolaApplicationTest, ALostAccessIsLoggedHalfASecondAfterItsNotice) {
     std::function<void()>* accessChanged = nullptr;
-    platform_.accessWatchers = [&] { return std::make_unique<ManualNotifier>(accessChanged); };
+    platform.accessWatchers = [&] { return std::make_unique<ManualNotifier>(accessChanged); };
     start();
-    EXPECT_TRUE(logger_.contains("INFO Input access allowed: system keys and keystrokes on"));
+    EXPECT_TRUE(logger.contains("INFO Input access allowed: system keys and keystrokes on"));
     ASSERT_NE(accessChanged, nullptr);
     (*accessChanged)(); // nothing changed: nothing logged
-    access_.trusted = false;
+    access.trusted = false;
     (*accessChanged)();
-    EXPECT_TRUE(waitUntil([&] { return logger_.contains("INFO Input access removed"); }));
+    EXPECT_TRUE(waitUntil([&] { return logger.contains("INFO Input access removed"); }));
     testing::runEventLoop(600ms);
-    const Strings lines = logger_.lines();
+    const Strings lines = logger.lines();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "INFO Input access removed"), 1);
 }
 

@@ -1,4 +1,5 @@
 #include "Ruvola/RuvolaApplication.hpp"
+#include "fakes/DriverRig.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
@@ -29,18 +30,13 @@ constexpr auto bindings = R"({"bindings": [
   {"control": "key 3", "name": "Sleep", "shell": ": > \"$HOME/pids/$$\"; exec sleep 5"}
 ]})";
 
-class DriverTorture : public ::testing::Test {
+class DriverTorture : public ::testing::Test, protected testing::DriverRig {
 protected:
     void SetUp() override {
-        setenv("HOME", home_.path().toLocal8Bit().constData(), 1);
         fs::create_directories(pids_);
-        fs::create_directories(home() / ".config/ruvola");
-        std::ofstream(home() / ".config/ruvola/bindings.json") << bindings;
-        platform_.hidManagers = [this] { return pad_.manager(); };
-        platform_.applicationsOverride = &applications_;
-        platform_.inputAccessOverride = &access_;
-        platform_.systemKeysOverride = &keys_;
-        keys_.effect = [this](const auto&) { pressed_ = Clock::now(); };
+        fs::create_directories(homePath() / ".config/ruvola");
+        std::ofstream(homePath() / ".config/ruvola/bindings.json") << bindings;
+        keys.effect = [this](const auto&) { pressed_ = Clock::now(); };
     }
 
     // Ends every sleep still running and waits for their actions to finish, so none outlives
@@ -50,13 +46,13 @@ protected:
             kill(std::stoi(entry.path().filename().string()), SIGKILL);
         }
         EXPECT_TRUE(testing::waitUntil([&] { return finished() == started(); }, 10s));
-        application_.stop();
+        application.stop();
     }
 
-    fs::path home() const { return home_.path().toStdString(); }
+    fs::path homePath() const { return home.path().toStdString(); }
     long started() const { return std::distance(fs::directory_iterator(pids_), {}); }
     long finished() const {
-        const auto lines = logger_.lines();
+        const auto lines = logger.lines();
         return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
             return line.starts_with("INFO Key 3 (Sleep): action ");
         });
@@ -65,32 +61,23 @@ protected:
     // From the pad's report of key 1 to the system key's press.
     std::chrono::microseconds nextInput() {
         const auto reported = Clock::now();
-        pad_.report(0x01, 1);
-        pad_.report(0x01, 0);
+        pad.report(0x01, 1);
+        pad.report(0x01, 0);
         return std::chrono::duration_cast<std::chrono::microseconds>(pressed_ - reported);
     }
 
-    QTemporaryDir home_;
-    fs::path pids_ = home() / "pids";
-    QSettings settings_{home_.filePath("settings.ini"), QSettings::IniFormat};
-    testing::VirtualPad pad_;
-    testing::FakeApplications applications_;
-    testing::FakeInputAccess access_;
-    testing::RecordingSystemKeys keys_;
-    testing::RecordingLogger logger_;
-    testing::TestPlatform platform_;
-    RuvolaApplication application_{platform_, settings_};
+    fs::path pids_ = homePath() / "pids";
     Clock::time_point pressed_;
 };
 
 TEST_F(DriverTorture, AHundredSleepingShellsLeaveTheNextInputHandledAtOnce) {
-    application_.start({AppIdentity{}, &logger_});
-    ASSERT_TRUE(testing::waitUntil([&] { return pad_.key(1) && pad_.key(3); }));
+    application.start({AppIdentity{}, &logger});
+    ASSERT_TRUE(testing::waitUntil([&] { return pad.key(1) && pad.key(3); }));
     const auto idle = nextInput();
 
     for (int n = 0; n < 100; ++n) {
-        pad_.report(0x03, 1);
-        pad_.report(0x03, 0);
+        pad.report(0x03, 1);
+        pad.report(0x03, 0);
     }
     const auto whileStarting = nextInput();
     ASSERT_TRUE(testing::waitUntil([&] { return started() == 100; }, 20s)) << started();
@@ -99,7 +86,7 @@ TEST_F(DriverTorture, AHundredSleepingShellsLeaveTheNextInputHandledAtOnce) {
     std::printf("next input: %lld us idle, %lld us as 100 shells start, %lld us as they sleep\n",
                 static_cast<long long>(idle.count()), static_cast<long long>(whileStarting.count()),
                 static_cast<long long>(whileSleeping.count()));
-    EXPECT_EQ(keys_.presses.size(), 3u);
+    EXPECT_EQ(keys.presses.size(), 3u);
     EXPECT_EQ(finished(), 0); // all still asleep
     // A millisecond is the aim; sanitizers and a busy machine get more room.
     EXPECT_LT(whileStarting, 50ms);
