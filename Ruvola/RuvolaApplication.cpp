@@ -1,10 +1,9 @@
 #include "Ruvola/RuvolaApplication.hpp"
 
-#include "Ruvola/ActionRunner.hpp"
-#include "Ruvola/BindingsStore.hpp"
-#include "Ruvola/KeyArt.hpp"
-#include "Ruvola/Logging.hpp"
-#include "Ruvola/StatusIconArt.hpp"
+#include "Ruvola/actions/ActionRunner.hpp"
+#include "Ruvola/bindings/BindingsStore.hpp"
+#include "Ruvola/host/Logging.hpp"
+#include "Ruvola/pad/KeyArt.hpp"
 #include "Ruvola/platform/Applications.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
@@ -12,6 +11,7 @@
 #include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/tray/StatusIconArt.hpp"
 #include "RuvolaCore/Overloaded.hpp"
 #include "RuvolaCore/PadProtocol.hpp"
 

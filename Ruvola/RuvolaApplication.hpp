@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Ruvola/PadConnection.hpp"
-#include "Ruvola/PanelModel.hpp"
+#include "Ruvola/pad/PadConnection.hpp"
+#include "Ruvola/tray/PanelModel.hpp"
 #include "RuvolaCore/AppIdentity.hpp"
 #include "RuvolaCore/BindingsFile.hpp"
 

@@ -1,4 +1,4 @@
-#include "Ruvola/AppHost.hpp"
+#include "Ruvola/host/AppHost.hpp"
 
 int main(int argc, char** argv) {
     return ruvola::AppHost::run(argc, argv);

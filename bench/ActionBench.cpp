@@ -1,6 +1,6 @@
 // How long a press waits before its shell command starts: from handing the action over to the
 // command's first instruction, here a write into a pipe the benchmark reads.
-#include "Ruvola/HouseActions.hpp"
+#include "Ruvola/actions/HouseActions.hpp"
 #include "Ruvola/platform/Platform.hpp"
 
 #include <benchmark/benchmark.h>

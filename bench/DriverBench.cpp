@@ -1,8 +1,8 @@
 // The driver with a virtual pad on its HID seam and the starter layout on disk: how long a press
 // takes to reach its action, and what keeping the keys' pictures current costs.
-#include "Ruvola/BindingsStore.hpp"
-#include "Ruvola/Logging.hpp"
 #include "Ruvola/RuvolaApplication.hpp"
+#include "Ruvola/bindings/BindingsStore.hpp"
+#include "Ruvola/host/Logging.hpp"
 #include "RuvolaCore/StarterBindings.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "fakes/VirtualPad.hpp"

@@ -1,6 +1,6 @@
 // How long a key's picture takes, drawn and encoded; the driver redraws all six on every change
 // of layout or front application.
-#include "Ruvola/KeyArt.hpp"
+#include "Ruvola/pad/KeyArt.hpp"
 #include "RuvolaCore/BindingsFile.hpp"
 #include "RuvolaCore/StarterBindings.hpp"
 

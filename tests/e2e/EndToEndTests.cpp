@@ -1,9 +1,9 @@
 // The whole application — tray host, driver, bindings store, action runner, key art — on a
 // private X server with a window manager and a tray, private buses, a sound server with a null
 // sink, and the virtual pad.
-#include "Ruvola/MenubarHost.hpp"
-#include "Ruvola/PadConnection.hpp"
 #include "Ruvola/RuvolaApplication.hpp"
+#include "Ruvola/pad/PadConnection.hpp"
+#include "Ruvola/tray/MenubarHost.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"

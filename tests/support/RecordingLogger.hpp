@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ruvola/Logging.hpp"
+#include "Ruvola/host/Logging.hpp"
 
 #include <algorithm>
 #include <mutex>

@@ -1,5 +1,5 @@
-#include "Ruvola/BindingsStore.hpp"
-#include "Ruvola/Logging.hpp"
+#include "Ruvola/bindings/BindingsStore.hpp"
+#include "Ruvola/host/Logging.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "support/EventLoop.hpp"

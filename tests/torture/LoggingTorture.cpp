@@ -1,4 +1,4 @@
-#include "Ruvola/Logging.hpp"
+#include "Ruvola/host/Logging.hpp"
 
 #include <QDateTime>
 #include <QTemporaryDir>

@@ -1,4 +1,4 @@
-#include "Ruvola/PadConnection.hpp"
+#include "Ruvola/pad/PadConnection.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
 

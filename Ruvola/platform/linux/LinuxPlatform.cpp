@@ -1,5 +1,4 @@
 #include "Ruvola/platform/Platform.hpp"
-#include "Ruvola/platform/linux/EwmhApplications.hpp"
 #include "Ruvola/platform/linux/GioDesktop.hpp"
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
@@ -12,8 +11,9 @@
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
 #include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
-#include "Ruvola/platform/linux/XTestSyntheticInput.hpp"
 #include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
+#include "Ruvola/platform/linux/x11/EwmhApplications.hpp"
+#include "Ruvola/platform/linux/x11/XTestSyntheticInput.hpp"
 
 #include <mutex>
 

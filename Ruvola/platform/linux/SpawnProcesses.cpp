@@ -1,4 +1,4 @@
-#include "SpawnProcesses.hpp"
+#include "Ruvola/platform/linux/SpawnProcesses.hpp"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Ruvola/cli/UniversalCLI.hpp"
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace ruvola {
+
+class PadConnection;
+
+namespace platform {
+class Platform;
+}
+
+/// Ruvola's own commands and doctor checks, beside the universal ones.
+namespace RuvolaCLI {
+
+/// watch and check, for the help text.
+std::span<const CLICommandHelp> commandHelp();
+
+/// The result of one of Ruvola's own commands, or nothing when the first argument is not one.
+std::optional<CLIResult> handleCLI(const std::vector<std::string>& arguments,
+                                   platform::Platform& platform);
+
+/// Makes `connection` print, through `print`, one line per status report ("connected: …" or
+/// "waiting for a pad…") and one per input ("key 1  press").
+void watch(PadConnection& connection, std::function<void(const std::string&)> print);
+
+/// Ruvola's checks for doctor: the pad, and access to synthetic input.
+std::vector<DiagnosticCheck> diagnosticChecks(platform::Platform& platform);
+
+} // namespace RuvolaCLI
+
+} // namespace ruvola

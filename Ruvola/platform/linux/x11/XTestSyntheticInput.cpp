@@ -1,0 +1,291 @@
+#include "Ruvola/platform/linux/x11/XTestSyntheticInput.hpp"
+
+#include <QList>
+#include <QString>
+#include <QStringDecoder>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace ruvola::platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto keyHold = 12ms;
+constexpr std::size_t chunkUnits = 16; // UTF-16 units typed between pauses
+constexpr auto chunkPause = 1200us;
+// Clients fetch a changed keymap lazily; undoing it sooner makes them read the wrong character.
+constexpr auto mappingSettle = 150ms;
+
+// Pressed in this order and released in reverse.
+constexpr std::pair<std::uint32_t, KeySym> modifierKeys[] = {
+    {modifierFlags::control, XK_Control_L},
+    {modifierFlags::option, XK_Alt_L},
+    {modifierFlags::shift, XK_Shift_L},
+    {modifierFlags::command, XK_Super_L},
+};
+
+// The X keysym for each macOS virtual key code that a key name can reach.
+KeySym keysymForKeyCode(std::uint16_t keyCode) {
+    // clang-format off
+    static const std::unordered_map<std::uint16_t, KeySym> table{
+        {0, XK_a}, {1, XK_s}, {2, XK_d}, {3, XK_f}, {4, XK_h}, {5, XK_g}, {6, XK_z}, {7, XK_x},
+        {8, XK_c}, {9, XK_v}, {11, XK_b}, {12, XK_q}, {13, XK_w}, {14, XK_e}, {15, XK_r},
+        {16, XK_y}, {17, XK_t}, {31, XK_o}, {32, XK_u}, {34, XK_i}, {35, XK_p}, {37, XK_l},
+        {38, XK_j}, {40, XK_k}, {45, XK_n}, {46, XK_m},
+        {18, XK_1}, {19, XK_2}, {20, XK_3}, {21, XK_4}, {22, XK_6}, {23, XK_5}, {25, XK_9},
+        {26, XK_7}, {28, XK_8}, {29, XK_0},
+        {24, XK_equal}, {27, XK_minus}, {30, XK_bracketright}, {33, XK_bracketleft},
+        {39, XK_apostrophe}, {41, XK_semicolon}, {42, XK_backslash}, {43, XK_comma},
+        {44, XK_slash}, {47, XK_period}, {50, XK_grave},
+        {36, XK_Return}, {48, XK_Tab}, {49, XK_space}, {51, XK_BackSpace}, {53, XK_Escape},
+        {117, XK_Delete}, {114, XK_Help},
+        {115, XK_Home}, {119, XK_End}, {116, XK_Prior}, {121, XK_Next}, {123, XK_Left},
+        {124, XK_Right}, {125, XK_Down}, {126, XK_Up},
+        {122, XK_F1}, {120, XK_F2}, {99, XK_F3}, {118, XK_F4}, {96, XK_F5}, {97, XK_F6},
+        {98, XK_F7}, {100, XK_F8}, {101, XK_F9}, {109, XK_F10}, {103, XK_F11}, {111, XK_F12},
+        {105, XK_F13}, {107, XK_F14}, {113, XK_F15}, {106, XK_F16}, {64, XK_F17}, {79, XK_F18},
+        {80, XK_F19}, {90, XK_F20},
+        {82, XK_KP_0}, {83, XK_KP_1}, {84, XK_KP_2}, {85, XK_KP_3}, {86, XK_KP_4},
+        {87, XK_KP_5}, {88, XK_KP_6}, {89, XK_KP_7}, {91, XK_KP_8}, {92, XK_KP_9},
+        {65, XK_KP_Decimal}, {67, XK_KP_Multiply}, {69, XK_KP_Add}, {71, XK_Clear},
+        {75, XK_KP_Divide}, {76, XK_KP_Enter}, {78, XK_KP_Subtract}, {81, XK_KP_Equal},
+    };
+    // clang-format on
+    const auto found = table.find(keyCode);
+    return found == table.end() ? NoSymbol : found->second;
+}
+
+// The keysym that types a character; X defines one for every code point.
+KeySym keysymForCharacter(char32_t character) {
+    if (character == U'\n') {
+        return XK_Return;
+    }
+    if (character == U'\t') {
+        return XK_Tab;
+    }
+    if (character < 0x20 || (character >= 0x7F && character < 0xA0)) {
+        return NoSymbol; // other control characters have no key
+    }
+    return character < 0x100 ? character : 0x01000000 | character;
+}
+
+struct CloseDisplay {
+    void operator()(Display* display) const { XCloseDisplay(display); }
+};
+using DisplayHandle = std::unique_ptr<Display, CloseDisplay>;
+
+// Xlib ends the process when a display's connection breaks; a server that goes away in the middle
+// of typing (the session ending) only ends the typing.
+void keepRunning(Display*, void*) {}
+
+DisplayHandle openDisplay() {
+    DisplayHandle display(XOpenDisplay(nullptr));
+    if (display) {
+        XSetIOErrorExitHandler(display.get(), keepRunning, nullptr);
+    }
+    int event = 0, error = 0, major = 0, minor = 0;
+    if (display && !XTestQueryExtension(display.get(), &event, &error, &major, &minor)) {
+        display.reset();
+    }
+    return display;
+}
+
+// Calls borrow the same unused keycodes, so they take turns; their keys would interleave anyway.
+std::mutex& keyboardTurn() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+void fakeKey(Display* display, KeyCode code, bool down) {
+    XTestFakeKeyEvent(display, code, down ? True : False, CurrentTime);
+}
+
+// One call's view of the keyboard mapping and of the unused keycodes it borrows.
+class Keyboard {
+public:
+    struct Key {
+        KeyCode code;
+        bool shifted;
+    };
+
+    explicit Keyboard(Display* display) : display_(display) {
+        XDisplayKeycodes(display, &first_, &last_);
+        const int count = last_ - first_ + 1;
+        KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first_), count, &width_);
+        if (map == nullptr) {
+            return;
+        }
+        keysyms_.assign(map, map + static_cast<std::ptrdiff_t>(count) * width_);
+        XFree(map);
+        for (int code = last_; code >= first_; --code) {
+            const auto row = keysyms_.begin() + (code - first_) * width_;
+            if (std::all_of(row, row + width_, [](KeySym keysym) { return keysym == NoSymbol; })) {
+                spares_.push_back(static_cast<KeyCode>(code));
+            }
+        }
+    }
+    Keyboard(const Keyboard&) = delete;
+    Keyboard& operator=(const Keyboard&) = delete;
+    ~Keyboard() { restore(); }
+
+    /// The key giving `keysym` unmodified, or with Shift when `shiftAllowed`.
+    std::optional<Key> find(KeySym keysym, bool shiftAllowed) const {
+        const int levels = std::min(width_, shiftAllowed ? 2 : 1);
+        for (int level = 0; level < levels; ++level) {
+            for (int code = first_; code <= last_; ++code) {
+                if (keysyms_[static_cast<std::size_t>((code - first_) * width_ + level)] ==
+                    keysym) {
+                    return Key{static_cast<KeyCode>(code), level == 1};
+                }
+            }
+        }
+        return std::nullopt;
+    }
+
+    /// A spare keycode now giving `keysym` at every level, or 0 when there is none.
+    KeyCode borrow(KeySym keysym) {
+        if (const auto bound = bound_.find(keysym); bound != bound_.end()) {
+            return bound->second;
+        }
+        if (spares_.empty()) {
+            return 0;
+        }
+        if (next_ == spares_.size()) {
+            settle(); // every spare is taken; reuse them once clients have read them
+            bound_.clear();
+            next_ = 0;
+        }
+        const KeyCode code = spares_[next_++];
+        used_ = std::max(used_, next_);
+        KeySym keysyms[] = {keysym, keysym};
+        XChangeKeyboardMapping(display_, code, 2, keysyms, 1);
+        XSync(display_, False);
+        bound_[keysym] = code;
+        return code;
+    }
+
+    /// Gives the borrowed keycodes back, once clients have had time to read them.
+    void restore() {
+        if (used_ == 0) {
+            return;
+        }
+        settle();
+        KeySym none[] = {NoSymbol, NoSymbol};
+        for (std::size_t index = 0; index < used_; ++index) {
+            XChangeKeyboardMapping(display_, spares_[index], 2, none, 1);
+        }
+        XSync(display_, False);
+        used_ = next_ = 0;
+        bound_.clear();
+    }
+
+private:
+    void settle() {
+        XSync(display_, False);
+        std::this_thread::sleep_for(mappingSettle);
+    }
+
+    Display* display_;
+    int first_ = 0, last_ = -1, width_ = 0;
+    std::vector<KeySym> keysyms_;
+    std::vector<KeyCode> spares_;
+    std::unordered_map<KeySym, KeyCode> bound_;
+    std::size_t next_ = 0, used_ = 0;
+};
+
+} // namespace
+
+bool XTestSyntheticInput::post(const Chord& chord) {
+    const KeySym keysym = keysymForKeyCode(chord.keyCode);
+    const DisplayHandle display = keysym == NoSymbol ? nullptr : openDisplay();
+    if (!display) {
+        return false;
+    }
+    const std::scoped_lock turn(keyboardTurn());
+    Keyboard keyboard(display.get());
+    std::vector<KeyCode> modifiers;
+    for (const auto& [flag, modifierKeysym] : modifierKeys) {
+        if ((chord.modifiers & flag) != 0) {
+            const auto key = keyboard.find(modifierKeysym, false);
+            if (!key) {
+                return false;
+            }
+            modifiers.push_back(key->code);
+        }
+    }
+    // A key reached only through Shift (a keypad digit) is borrowed so the chord's own modifiers
+    // stay exactly as asked.
+    const auto key = keyboard.find(keysym, false);
+    const KeyCode code = key ? key->code : keyboard.borrow(keysym);
+    if (code == 0) {
+        return false;
+    }
+    for (const KeyCode modifier : modifiers) {
+        fakeKey(display.get(), modifier, true);
+    }
+    fakeKey(display.get(), code, true);
+    XSync(display.get(), False);
+    std::this_thread::sleep_for(keyHold);
+    fakeKey(display.get(), code, false);
+    for (auto modifier = modifiers.rbegin(); modifier != modifiers.rend(); ++modifier) {
+        fakeKey(display.get(), *modifier, false);
+    }
+    XSync(display.get(), False);
+    return true;
+}
+
+bool XTestSyntheticInput::type(const std::string& utf8) {
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString text = decoder(QByteArrayView(utf8));
+    const DisplayHandle display = decoder.hasError() ? nullptr : openDisplay();
+    if (!display) {
+        return false;
+    }
+    const std::scoped_lock turn(keyboardTurn());
+    Keyboard keyboard(display.get());
+    const auto shift = keyboard.find(XK_Shift_L, false);
+    std::size_t units = 0;
+    for (const char32_t character : text.toUcs4()) {
+        const KeySym keysym = keysymForCharacter(character);
+        if (keysym == NoSymbol) {
+            continue;
+        }
+        const std::size_t width = character > 0xFFFF ? 2 : 1;
+        if (units > 0 && units + width > chunkUnits) {
+            XSync(display.get(), False);
+            std::this_thread::sleep_for(chunkPause);
+            units = 0;
+        }
+        units += width;
+        const auto key = keyboard.find(keysym, shift.has_value());
+        const KeyCode code = key ? key->code : keyboard.borrow(keysym);
+        if (code == 0) {
+            return false; // no spare keycode to type it with
+        }
+        const bool shifted = key && key->shifted;
+        if (shifted) {
+            fakeKey(display.get(), shift->code, true);
+        }
+        fakeKey(display.get(), code, true);
+        fakeKey(display.get(), code, false);
+        if (shifted) {
+            fakeKey(display.get(), shift->code, false);
+        }
+    }
+    XSync(display.get(), False);
+    return true;
+}
+
+} // namespace ruvola::platform

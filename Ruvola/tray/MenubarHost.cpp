@@ -1,0 +1,256 @@
+#include "Ruvola/tray/MenubarHost.hpp"
+
+#include "Ruvola/host/Logging.hpp"
+#include "Ruvola/platform/InputAccess.hpp"
+#include "Ruvola/platform/LaunchAtLogin.hpp"
+#include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/tray/PanelContentView.hpp"
+#include "Ruvola/tray/RuvolaMark.hpp"
+
+#include <QApplication>
+#include <QDialog>
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPainter>
+#include <QSettings>
+#include <QVBoxLayout>
+
+namespace ruvola {
+
+namespace {
+
+// Where the icon's visibility is kept between runs.
+constexpr const char* iconVisibleKey = "RuvolaStatusItem/visible";
+
+QPixmap markPicture(int size) {
+    QPixmap picture(size, size);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0x2c, 0x2c, 0x2e));
+    painter.drawPath(RuvolaMark::path(QRectF(0, 0, size, size)));
+    return picture;
+}
+
+QLabel* centredLabel(const QString& text, int points, QFont::Weight weight, bool secondary) {
+    auto* label = new QLabel(text);
+    QFont font = label->font();
+    font.setPointSize(points);
+    font.setWeight(weight);
+    label->setFont(font);
+    label->setAlignment(Qt::AlignCenter);
+    label->setWordWrap(true);
+    if (secondary) {
+        label->setForegroundRole(QPalette::PlaceholderText);
+    }
+    return label;
+}
+
+} // namespace
+
+MenubarHost::MenubarHost(RuvolaApplication& application, Logging& logger, AppIdentity identity,
+                         platform::Platform& platform, QSettings& settings, bool loginLaunch)
+    : application_(application), logger_(logger), identity_(std::move(identity)),
+      platform_(platform), settings_(settings), loginLaunch_(loginLaunch) {
+    panel_.onHidden = [] {};
+}
+
+MenubarHost::~MenubarHost() {
+    // Until the panel first shows it, the view belongs to no window that would delete it.
+    if (view_ && view_->parent() == nullptr) {
+        delete view_;
+    }
+}
+
+void MenubarHost::launch() {
+    logger_.info("Starting " + identity_.name + " " + identity_.version + " (" + identity_.build +
+                 ")");
+    ApplicationContext context{identity_, &logger_};
+    QPointer<MenubarHost> self(this);
+    context.refreshHost = [self] {
+        if (self) {
+            self->refreshStatusItem();
+        }
+    };
+    context.hidePanel = [self] {
+        if (self) {
+            self->panel_.hide();
+        }
+    };
+    context.showAccessHelp = [self] {
+        if (self) {
+            self->showAccessHelp();
+        }
+    };
+
+    // A login launch leaves an icon the user hid hidden; any other launch brings it back.
+    if (!settings_.value(iconVisibleKey, true).toBool() && !loginLaunch_) {
+        settings_.setValue(iconVisibleKey, true);
+    }
+    tray_.setIcon(application_.statusIcon());
+    tray_.setToolTip(QString::fromStdString(identity_.name));
+    connect(&tray_, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Context) {
+                    // Built anew each time, so it shows the current state.
+                    std::unique_ptr<QMenu> menu = contextMenu();
+                    QMenu* shown = menu.release();
+                    shown->setAttribute(Qt::WA_DeleteOnClose);
+                    shown->popup(QCursor::pos());
+                } else if (reason == QSystemTrayIcon::Trigger) {
+                    togglePanel();
+                }
+            });
+    tray_.setVisible(settings_.value(iconVisibleKey, true).toBool());
+    // An icon shown before any tray exists is never docked: show it again once one comes.
+    trayWatch_.setInterval(trayCheckInterval);
+    trayWatch_.callOnTimeout(this, [this] {
+        if (QSystemTrayIcon::isSystemTrayAvailable()) {
+            trayWatch_.stop();
+            if (tray_.isVisible()) {
+                tray_.hide();
+                tray_.show();
+            }
+        }
+    });
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        trayWatch_.start();
+    }
+
+    application_.start(std::move(context));
+    started_ = true;
+    refreshStatusItem();
+}
+
+void MenubarHost::reopen() {
+    if (!tray_.isVisible()) {
+        setIconVisible(true);
+        logger_.info("Status item restored on reopen");
+    }
+}
+
+void MenubarHost::terminate() {
+    panel_.hide();
+    if (started_) {
+        application_.stop();
+        started_ = false;
+    }
+    logger_.info("Stopped " + identity_.name);
+}
+
+void MenubarHost::refreshStatusItem() {
+    if (!started_) {
+        return;
+    }
+    tray_.setIcon(application_.statusIcon());
+    PanelContentView* view = statusPanel();
+    if (panel_.isVisible()) {
+        panel_.setContent(view);
+        view->refresh();
+        view->setKeyImages(application_.keyImages());
+        panel_.position(panel_.anchor(), false);
+    }
+}
+
+PanelContentView* MenubarHost::statusPanel() {
+    if (!view_) {
+        QPointer<RuvolaApplication> application(&application_);
+        view_ = new PanelContentView(
+            [application] {
+                return application ? application->panelContent() : std::vector<PanelEntry>{};
+            },
+            [this](bool animated) {
+                if (panel_.isVisible()) {
+                    panel_.position(panel_.anchor(), animated);
+                }
+            });
+    }
+    application_.noteAccessChange();
+    return view_;
+}
+
+void MenubarHost::togglePanel() {
+    if (!started_) {
+        return;
+    }
+    PanelContentView* view = statusPanel();
+    view->setKeyImages(application_.keyImages());
+    panel_.toggle(view, tray_.geometry());
+}
+
+std::unique_ptr<QMenu> MenubarHost::contextMenu() {
+    auto menu = std::make_unique<QMenu>();
+    platform::LaunchAtLogin& login = platform_.launchAtLogin();
+    QAction* atLogin = menu->addAction("Launch at Login");
+    atLogin->setCheckable(true);
+    atLogin->setChecked(login.isEnabled());
+    connect(atLogin, &QAction::triggered, this, [this, &login] {
+        if (const auto error = login.setEnabled(!login.isEnabled())) {
+            logger_.warning("Could not change Launch at Login: " + *error);
+        }
+    });
+    menu->addSeparator();
+    connect(menu->addAction("Hide Menu Bar Icon"), &QAction::triggered, this,
+            [this] { hideIcon(); });
+    const QString name = QString::fromStdString(identity_.name);
+    connect(menu->addAction("About " + name), &QAction::triggered, this, [this] { showAbout(); });
+    connect(menu->addAction("Quit " + name), &QAction::triggered, qApp, &QCoreApplication::quit);
+    return menu;
+}
+
+void MenubarHost::hideIcon() {
+    panel_.hide();
+    setIconVisible(false);
+    logger_.info("Status item hidden from the menu");
+}
+
+void MenubarHost::setIconVisible(bool visible) {
+    settings_.setValue(iconVisibleKey, visible);
+    tray_.setVisible(visible);
+}
+
+void MenubarHost::showAbout() {
+    if (!about_) {
+        about_ = std::make_unique<QDialog>();
+        about_->setWindowTitle(QString::fromStdString("About " + identity_.name));
+        about_->setFixedSize(430, 400);
+        auto* layout = new QVBoxLayout(about_.get());
+        layout->setContentsMargins(28, 24, 28, 24);
+        layout->setSpacing(9);
+        layout->addStretch();
+        auto* icon = new QLabel;
+        icon->setPixmap(markPicture(80));
+        icon->setAlignment(Qt::AlignCenter);
+        layout->addWidget(icon);
+        layout->addWidget(
+            centredLabel(QString::fromStdString(identity_.name), 24, QFont::DemiBold, false));
+        layout->addWidget(centredLabel(
+            QString::fromStdString("Version " + identity_.version + " (" + identity_.build + ")"),
+            12, QFont::Normal, true));
+        layout->addWidget(
+            centredLabel(QString::fromStdString(identity_.tagline), 13, QFont::Normal, false));
+        layout->addSpacing(7);
+        layout->addWidget(centredLabel("Made to be installed once and forgotten.\nLight, quiet, "
+                                       "and never in the way.",
+                                       12, QFont::Normal, true));
+        layout->addStretch();
+    }
+    about_->show();
+    about_->raise();
+    about_->activateWindow();
+}
+
+void MenubarHost::showAccessHelp() {
+    // Not modal: the pad keeps working while it is open.
+    auto* box = new QMessageBox(
+        QMessageBox::Information, QString::fromStdString(identity_.name + ": input access"),
+        QString::fromStdString("Volume keys with the desktop's own overlay, media keys, "
+                               "keystrokes and typed text need input access. To grant it, " +
+                               platform_.inputAccess().remedy() + "."));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->show();
+}
+
+} // namespace ruvola

@@ -1,0 +1,82 @@
+#include "Ruvola/actions/NetworkActions.hpp"
+#include "Ruvola/host/Logging.hpp"
+#include "RuvolaCore/PadAction.hpp"
+#include "support/EventLoop.hpp"
+#include "support/HttpRecorder.hpp"
+#include "support/RecordingLogger.hpp"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace ruvola {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HttpRecorder;
+using testing::RecordingLogger;
+using testing::waitUntil;
+
+TEST(NetworkActions, SendsExactlyTheGivenRequestAndLogsEveryStatusAtInfo) {
+    const std::vector<std::tuple<int, std::string, HTTPRequest>> cases = {
+        {200,
+         "/api/webhook/abc",
+         {"", "POST", "{\"m\":\"h\u00e9\"}", {{"Content-Type", "text/x"}}}},
+        {404, "/keypress/Home?x=%20", {"", "PUT"}},
+        {500, "/", {"", "GET", std::nullopt, {{"X-Key", "v"}}}},
+    };
+    RecordingLogger logger;
+    NetworkActions actions(logger);
+    for (auto [status, path, request] : cases) {
+        SCOPED_TRACE(status);
+        HttpRecorder server(status);
+        request.url = server.url(path);
+        actions.send(request, "Name");
+        ASSERT_TRUE(waitUntil([&, n = logger.count()] { return logger.count() > n; }));
+        EXPECT_EQ(logger.lines().back(),
+                  "INFO Name: " + request.method + " 127.0.0.1 \u2192 " + std::to_string(status));
+        ASSERT_EQ(server.received.size(), 1U);
+        auto got = server.received.front();
+        EXPECT_EQ(got.method + " " + got.path + " " + got.body,
+                  request.method + " " + path + " " + request.body.value_or(""));
+        EXPECT_EQ(got.headers.count("content-length"), request.body ? 1U : 0U);
+        // Qt adds these when a request lacks them; nothing else may appear.
+        for (const char* field : {"host", "connection", "accept-encoding", "user-agent",
+                                  "accept-language", "content-length"}) {
+            got.headers.erase(field);
+        }
+        std::map<std::string, std::string> expected;
+        for (const auto& [field, value] : request.headers) {
+            expected[QByteArray::fromStdString(field).toLower().toStdString()] = value;
+        }
+        EXPECT_EQ(got.headers, expected);
+    }
+}
+
+TEST(NetworkActions, TransportFailuresWarnWithQtsDescriptionWithoutBlockingOtherRequests) {
+    HttpRecorder hung(0), healthy(200), refused(200);
+    refused.server.close();
+
+    RecordingLogger logger;
+    NetworkActions actions(logger, 200ms);
+    actions.send({hung.url("/"), "GET"}, "Hung");
+    actions.send({healthy.url("/"), "POST", "x"}, "Healthy");
+    ASSERT_TRUE(waitUntil([&] { return logger.count() == 2; }));
+    EXPECT_EQ(hung.received.size(), 1U);
+    actions.send({refused.url("/"), "DELETE"}, "Off");
+    ASSERT_TRUE(waitUntil([&] { return logger.count() == 3; }));
+    EXPECT_EQ(logger.lines(), (std::vector<std::string>{
+                                  "INFO Healthy: POST 127.0.0.1 \u2192 200",
+                                  "WARNING Hung: GET 127.0.0.1 failed \u2014 Operation canceled",
+                                  "WARNING Off: DELETE 127.0.0.1 failed \u2014 Connection refused",
+                              }));
+}
+
+} // namespace
+} // namespace ruvola

@@ -1,0 +1,178 @@
+// Runs the real ruvola executable, as a user would, in a temporary home with no display.
+#include "Ruvola/cli/UniversalCLI.hpp"
+#include "Ruvola/host/BuildIdentity.hpp"
+#include "RuvolaCore/StarterBindings.hpp"
+#include "support/EventLoop.hpp"
+#include "support/Servers.hpp"
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace ruvola {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::literals;
+
+// Exit code, standard output and standard error of a run.
+std::tuple<int, std::string, std::string> run(const QStringList& arguments,
+                                              const QString& program = RUVOLA_EXECUTABLE) {
+    QProcess process;
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished(30000));
+    return {process.exitCode(), process.readAllStandardOutput().toStdString(),
+            process.readAllStandardError().toStdString()};
+}
+
+struct CommandLine : ::testing::Test {
+    CommandLine() { setenv("HOME", home.path().toLocal8Bit().constData(), 1), unsetenv("DISPLAY"); }
+
+    QTemporaryDir home;
+    fs::path bindings = fs::path(home.path().toStdString()) / ".config/ruvola/bindings.json";
+};
+
+TEST_F(CommandLine, AnswersEveryCommand) {
+    const std::string help =
+        "ruvola \u2014 Drive a Soomfon control pad from the menu bar, no vendor software.\n\n"
+        "  version  print the bundled product version\n"
+        "  doctor   check universal and product prerequisites\n"
+        "  help     show this help\n"
+        "  watch    print every key, button and knob by its bindings.json name; ctrl-C stops\n"
+        "  check    validate ~/.config/ruvola/bindings.json\n\n"
+        "With no arguments, launches the menubar app.\n";
+    const std::string version = UniversalCLI::version(buildIdentity());
+    const std::string broken = R"({"settings": {"rotation": 45}, "bindings": [
+        {"control": "key 1", "shell": "ok"}, {"control": "key 2", "keystroke": "cmd c, cmd v"}]})";
+    const std::string problems = "\u2717 settings: rotation is 0, 90, 180 or 270\n"
+                                 "\u2717 key 2: \"cmd c, cmd v\" isn't a single key chord\n";
+    const std::string garbage = "\u2717 bindings.json isn't valid JSON\n";
+    // Each row's bindings file is written first: "" leaves it, "/" puts a folder in its place.
+    const std::vector<std::tuple<QStringList, std::string, int, std::string, std::string>> rows{
+        {{"help"}, "", 0, help, ""},
+        {{"--help"}, "", 0, help, ""},
+        {{"-h", "version"}, "", 0, help, ""},
+        {{"version"}, "", 0, version, ""},
+        {{"--version", "x"}, "", 0, version, ""},
+        {{"-v", "help"}, "", 0, version, ""},
+        {{"Help"}, "", 2, help, "error: unknown command: Help\n"},
+        {{"check"}, "", 0, "no " + bindings.string() + "; using the defaults\n", ""},
+        {{"check", "x"}, std::string(starterBindings::text()), 0, "9 bindings\n", ""},
+        {{"check"}, broken, 1, "1 bindings\n", problems},
+        {{"check"}, "\x89\x1a\xff", 1, "0 bindings\n", garbage},
+        {{"check"}, std::string(50 << 20, '{'), 1, "0 bindings\n", garbage},
+        {{"check"}, "/", 0, "9 bindings\n", ""},
+    };
+    for (const auto& [arguments, file, exitCode, out, err] : rows) {
+        fs::create_directories(bindings.parent_path());
+        if (file == "/") {
+            fs::remove(bindings), fs::create_directory(bindings);
+        } else if (!file.empty()) {
+            std::ofstream(bindings, std::ios::binary) << file;
+        }
+        EXPECT_EQ(run(arguments), std::tie(exitCode, out, err))
+            << arguments.join(' ').toStdString();
+    }
+}
+
+TEST_F(CommandLine, DoctorFailsOutsideTheInstalledCopyAndPassesTheBundleCheckInIt) {
+    const auto [exitCode, out, err] = run({"doctor"});
+    // No pad, display or uinput is offered here.
+    EXPECT_TRUE(out.starts_with(
+        "\u2717 bundle: install Ruvola with cmake --install BUILD-DIR (the program goes to "
+        "PREFIX/bin, its desktop entry to PREFIX/share/applications) and run doctor from "
+        "PREFIX/bin/ruvola\n\u2717 pad: "))
+        << out;
+    EXPECT_EQ(std::tuple(exitCode, err, std::ranges::count(out, '\n')), std::tuple(1, ""s, 3L));
+
+    QTemporaryDir prefix;
+    const auto install =
+        run({"--install", RUVOLA_BUILD_DIR, "--prefix", prefix.path()}, CMAKE_COMMAND);
+    ASSERT_EQ(std::get<0>(install), 0) << std::get<2>(install);
+    // Run through a link from elsewhere: the copy it runs is the installed one.
+    fs::create_symlink(prefix.filePath("bin/ruvola").toStdString(),
+                       home.filePath("rv").toStdString());
+    EXPECT_TRUE(std::get<1>(run({"doctor"}, home.filePath("rv")))
+                    .starts_with("\u2713 bundle identifier is ltd.fennick.ruvola\n"));
+}
+
+TEST_F(CommandLine, WatchWaitsForAPadUntilCtrlC) {
+    QProcess watch;
+    watch.start(RUVOLA_EXECUTABLE, {"watch"});
+    ASSERT_TRUE(watch.waitForStarted());
+    // Interrupt only once the handler is in place: SigCgt lists the caught signals, SIGINT is
+    // bit 1.
+    const auto catchesInterrupt = [&] {
+        std::ifstream status("/proc/" + std::to_string(watch.processId()) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("SigCgt:")) {
+                return (std::stoull(line.substr(7), nullptr, 16) & 0x2) != 0;
+            }
+        }
+        return false;
+    };
+    ASSERT_TRUE(testing::waitUntil(catchesInterrupt));
+    ::kill(static_cast<pid_t>(watch.processId()), SIGINT);
+    ASSERT_TRUE(watch.waitForFinished(10000));
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 0);
+    // With no pad there is no status report, so nothing is printed.
+    EXPECT_EQ(watch.readAllStandardOutput().toStdString(), "");
+}
+
+TEST_F(CommandLine, TheTrayApplicationNeedsADesktopRunsOnceAndStopsCleanly) {
+    const auto [code, out, error] = run({});
+    EXPECT_EQ(code, 1);
+    EXPECT_EQ(out, "");
+    EXPECT_TRUE(error.starts_with("ruvola: the tray application needs a desktop session")) << error;
+
+    if (const std::string missing = testing::XServer::missing(false); !missing.empty()) {
+        GTEST_SKIP() << missing;
+    }
+    testing::XServer display;
+    ASSERT_TRUE(display.start(false));
+    setenv("XDG_STATE_HOME", home.path().toLocal8Bit().constData(), 1);
+    QProcess tray;
+    tray.start(RUVOLA_EXECUTABLE, {});
+    const fs::path log = fs::path(home.path().toStdString()) / "ruvola/Ruvola.log";
+    const auto logText = [&] {
+        std::ifstream file(log);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    ASSERT_TRUE(
+        testing::waitUntil([&] { return logText().find("Starting") != std::string::npos; }, 10s));
+    // No tray when it started: the icon docks once one appears.
+    const auto docked = [] {
+        QProcess windows;
+        windows.start("xwininfo", {"-root", "-tree"});
+        windows.waitForFinished();
+        return windows.readAllStandardOutput().contains("(\"ruvola\" \"Ruvola\")");
+    };
+    EXPECT_FALSE(docked());
+    if (!QStandardPaths::findExecutable("trayer").isEmpty()) {
+        QProcess trayer;
+        trayer.start("trayer", {"--SetDockType", "true", "--transparent", "false"});
+        EXPECT_TRUE(testing::waitUntil(docked, 10s));
+        trayer.kill();
+        trayer.waitForFinished();
+    }
+    // Later launches hand over to the running one and leave at once.
+    EXPECT_EQ(std::get<0>(run({})), 0);
+    EXPECT_EQ(std::get<0>(run({"--login-launch"})), 0);
+
+    ::kill(static_cast<pid_t>(tray.processId()), SIGTERM);
+    ASSERT_TRUE(tray.waitForFinished(10000));
+    EXPECT_EQ(tray.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(tray.exitCode(), 0) << tray.readAllStandardError().toStdString();
+    EXPECT_TRUE(logText().ends_with("[INFO] Stopped Ruvola\n")) << logText();
+    unsetenv("XDG_STATE_HOME");
+}
+
+} // namespace
+} // namespace ruvola

@@ -1,0 +1,51 @@
+#include "Ruvola/host/AppHost.hpp"
+#include "Ruvola/host/BuildIdentity.hpp"
+#include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Platform.hpp"
+
+#include <gtest/gtest.h>
+
+namespace ruvola {
+namespace {
+
+TEST(AppHost, TreatsNoArgumentsAsHelpAndRefusesABrokenIdentity) {
+    const auto platform = platform::makePlatform();
+    const AppIdentity identity = buildIdentity();
+    EXPECT_EQ(AppHost::routeCLI(identity, {}, *platform),
+              AppHost::routeCLI(identity, {"help"}, *platform));
+    EXPECT_EQ(logURL(identity, platform->installation()),
+              platform->installation().logDirectory() / "Ruvola.log");
+    EXPECT_EQ(AppHost::launchRefusal(identity), std::nullopt);
+    AppIdentity broken;
+    broken.name = "ruvola";
+    broken.tagline = " \n ";
+    EXPECT_EQ(AppHost::launchRefusal(broken),
+              (CLIResult{2, "",
+                         "name: must begin uppercase and contain letters, digits, or spaces\n"
+                         "tagline: must not be empty\n"}));
+}
+
+TEST(UniversalCLI, AlignsHelpByCharactersAndListsEveryDoctorCheck) {
+    AppIdentity identity;
+    identity.slug = "x";
+    identity.tagline = "T.";
+    EXPECT_EQ(UniversalCLI::help(identity,
+                                 std::vector<CLICommandHelp>{{"reticulate", "s"}, {"ünï", "3"}}),
+              "x \u2014 T.\n\n  version     print the bundled product version\n"
+              "  doctor      check universal and product prerequisites\n"
+              "  help        show this help\n  reticulate  s\n  ünï         3\n\n"
+              "With no arguments, launches the menubar app.\n");
+    const BundleInfo installed{"ltd.fennick.ruvola", "x"};
+    const std::string bundle = "\u2713 bundle identifier is ltd.fennick.ruvola\n";
+    EXPECT_EQ(UniversalCLI::doctor(AppIdentity{}, {{"pad", true, "here", ""}}, installed),
+              (CLIResult{0, bundle + "\u2713 here\n", ""}));
+    AppIdentity broken;
+    broken.version = "v1";
+    EXPECT_EQ(
+        UniversalCLI::doctor(broken, {{"pad", true, "here", ""}}, installed),
+        (CLIResult{1, bundle + "\u2717 version: version: must be semantic x.y.z\n\u2713 here\n",
+                   ""}));
+}
+
+} // namespace
+} // namespace ruvola

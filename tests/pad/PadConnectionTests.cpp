@@ -1,0 +1,177 @@
+#include "Ruvola/cli/RuvolaCLI.hpp"
+#include "Ruvola/pad/PadConnection.hpp"
+#include "fakes/VirtualPad.hpp"
+#include "support/EventLoop.hpp"
+
+#include <QBuffer>
+#include <QImage>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace ruvola {
+namespace {
+
+using testing::VirtualPad;
+using testing::waitUntil;
+using Strings = std::vector<std::string>;
+
+// Records the connection's callbacks in the order they come.
+class PadConnectionTest : public ::testing::Test {
+protected:
+    void connect(std::chrono::milliseconds keepalive = std::chrono::seconds(10)) {
+        connection_ = std::make_unique<PadConnection>(pad_.manager(), keepalive);
+        connection_->onStarted = [this] { events_.push_back("started"); };
+        connection_->onLog = [this](const std::string& line) { events_.push_back("log " + line); };
+        connection_->onStatus = [this](const PadConnection::Status& status) {
+            events_.push_back(status.connected
+                                  ? "connected " + status.connected->firmware.value_or("?")
+                                  : "searching");
+        };
+    }
+
+    bool attached() {
+        return waitUntil(
+            [&] { return !events_.empty() && events_.back().starts_with("connected"); });
+    }
+
+    VirtualPad pad_;
+    std::unique_ptr<PadConnection> connection_;
+    Strings events_;
+};
+
+TEST_F(PadConnectionTest, StartsThePadInOrderAtEveryAttachAndSaysOnceWhenItIsGone) {
+    const std::vector<std::pair<std::optional<std::vector<std::uint8_t>>, std::string>> cases{
+        {std::vector<std::uint8_t>{0x01, 'V', '1', '.', '0', 0, 0, 0xFF}, "connected V1.0"},
+        {std::vector<std::uint8_t>(20, 0), "connected ?"},
+        {std::nullopt, "connected ?"},
+        {std::vector<std::uint8_t>(30, 'x'), "connected " + std::string(20, 'x')},
+    };
+    connect();
+    EXPECT_TRUE(events_.empty());
+    int brightness = 50;
+    for (const auto& [report, connected] : cases) {
+        pad_.firmware = report; // the first attach is queued, the others follow plugIn()
+        if (!pad_.pluggedIn()) {
+            pad_.plugIn();
+        }
+        ASSERT_TRUE(attached());
+        EXPECT_EQ(events_, (Strings{"started", connected}));
+        EXPECT_EQ(pad_.received, (Strings{"feature 1", "DIS", "LIG 0",
+                                          "LIG " + std::to_string(brightness), "CLE 255", "STP"}));
+        events_.clear();
+        pad_.unplug();
+        pad_.unplug();
+        EXPECT_EQ(events_, Strings{"searching"});
+        events_.clear();
+        pad_.received.clear();
+        connection_->brightness = brightness = 80;
+    }
+    EXPECT_TRUE(pad_.violations.empty());
+}
+
+TEST_F(PadConnectionTest, IgnoresOtherProductsAndDoesNothingWithoutAPad) {
+    VirtualPad other(0x1500, 0x3002);
+    pad_.unplug();
+    for (VirtualPad* pad : {&other, &pad_}) {
+        PadConnection connection(pad->manager());
+        bool called = false;
+        connection.onStatus = [&](const PadConnection::Status&) { called = true; };
+        connection.onStarted = [&] { called = true; };
+        testing::runEventLoop(std::chrono::milliseconds(50));
+        connection.restart();
+        connection.send(PadProtocol::refresh());
+        connection.sendKeyImage(1, std::vector<std::uint8_t>(100, 1));
+        connection.shutdown();
+        EXPECT_FALSE(called);
+        EXPECT_TRUE(pad->received.empty());
+    }
+}
+
+TEST_F(PadConnectionTest, SaysOnceWhenThePadIsRefusedAndRestartsItWhenItIsBack) {
+    connect();
+    ASSERT_TRUE(attached());
+    events_.clear();
+    pad_.received.clear();
+    pad_.refuseWrites(EBUSY);
+    connection_->send(PadProtocol::refresh());
+    connection_->send(PadProtocol::refresh());
+    pad_.acceptWrites();
+    connection_->send(PadProtocol::refresh());
+    EXPECT_EQ(events_,
+              (Strings{"log The pad refused a command (0x00000010); another app may hold it",
+                       "log Ruvola has the pad again; restarting it", "started"}));
+    EXPECT_EQ(pad_.received, (Strings{"STP", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP"}));
+}
+
+TEST_F(PadConnectionTest, KeepaliveRecoversAPadAnotherProgramLetGo) {
+    connect(std::chrono::milliseconds(10));
+    ASSERT_TRUE(attached());
+    ASSERT_TRUE(waitUntil([&] { return pad_.received.back() == "CONNECT"; }));
+    events_.clear();
+    pad_.refuseWrites(EACCES);
+    ASSERT_TRUE(waitUntil([&] { return !events_.empty(); }));
+    pad_.received.clear();
+    pad_.acceptWrites();
+    ASSERT_TRUE(waitUntil([&] { return events_.size() >= 3; }));
+    EXPECT_EQ(events_,
+              (Strings{"log The pad refused a command (0x0000000d); another app may hold it",
+                       "log Ruvola has the pad again; restarting it", "started"}));
+    EXPECT_EQ(Strings(pad_.received.begin(), pad_.received.begin() + 6),
+              (Strings{"CONNECT", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP"}));
+}
+
+TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
+    connect();
+    ASSERT_TRUE(attached());
+    QImage red(64, 64, QImage::Format_RGB32);
+    red.fill(QColor(220, 20, 20));
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    ASSERT_TRUE(red.save(&buffer, "JPEG", 92));
+    connection_->sendKeyImage(3, std::span(reinterpret_cast<const std::uint8_t*>(jpeg.data()),
+                                           static_cast<std::size_t>(jpeg.size())));
+    EXPECT_FALSE(pad_.key(3));
+    connection_->send(PadProtocol::refresh());
+    ASSERT_TRUE(pad_.key(3));
+    const QColor shown = pad_.key(3)->pixelColor(32, 32);
+    EXPECT_NEAR(shown.red(), 220, 8);
+    EXPECT_NEAR(shown.green(), 20, 8);
+    connection_->shutdown();
+    EXPECT_EQ(Strings(pad_.received.end() - 2, pad_.received.end()), (Strings{"CLE DC", "HAN"}));
+    EXPECT_TRUE(pad_.halted());
+    EXPECT_FALSE(pad_.key(3));
+    EXPECT_TRUE(pad_.violations.empty()) << pad_.violations.front();
+}
+
+TEST_F(PadConnectionTest, WatchPrintsEveryStatusAndInput) {
+    pad_.firmware = std::vector<std::uint8_t>{0x01, 'V', '2'};
+    connect();
+    Strings lines;
+    RuvolaCLI::watch(*connection_, [&](const std::string& line) { lines.push_back(line); });
+    ASSERT_TRUE(waitUntil([&] { return !lines.empty(); }));
+    for (const auto& [code, state] :
+         std::vector<std::pair<std::uint8_t, std::uint8_t>>{{0x01, 1},
+                                                            {0x01, 0},
+                                                            {0x25, 1},
+                                                            {0x35, 1},
+                                                            {0x07, 1},
+                                                            {0x35, 0},
+                                                            {0x90, 0},
+                                                            {0x91, 0},
+                                                            {0x60, 0}}) {
+        pad_.report(code, state);
+    }
+    pad_.reportBytes({'A', 'C', 'K'}); // dropped, like the unknown control 0x07
+    pad_.unplug();
+    pad_.firmware.reset();
+    pad_.plugIn();
+    EXPECT_EQ(lines, (Strings{"connected: Soomfon Stream Controller SE (V2)", "key 1  press",
+                              "key 1  release", "button 1  press", "middle knob  press",
+                              "middle knob  release", "left knob  left", "left knob  right",
+                              "right knob  left", "waiting for a pad\u2026",
+                              "connected: Soomfon Stream Controller SE (firmware unknown)"}));
+}
+
+} // namespace
+} // namespace ruvola

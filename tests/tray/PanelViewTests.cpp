@@ -1,0 +1,363 @@
+// The status panel's widgets, used as a person would: clicks, keys, and a look at the result.
+#include "Ruvola/tray/PanelItemViews.hpp"
+#include "Ruvola/tray/StatusPanel.hpp"
+#include "support/EventLoop.hpp"
+
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QScreen>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace ruvola {
+namespace {
+
+using ruvola::testing::waitUntil;
+
+// Counts how often each named action ran.
+struct Ran : std::map<std::string, int> {
+    std::function<void()> operator()(const std::string& name) {
+        return [this, name] { ++(*this)[name]; };
+    }
+};
+
+PanelEntry row(std::string id, std::function<void()> action, bool enabled = true,
+               std::vector<PanelEntry> expansion = {}) {
+    return {PanelRow{.id = id,
+                     .text = "Row " + id,
+                     .expansion = std::move(expansion),
+                     .enabled = enabled,
+                     .action = std::move(action)}};
+}
+
+// A content view on show, fed from `model`, noting each change of its size.
+struct Panel {
+    std::vector<PanelEntry> model;
+    std::vector<bool> resizes;
+    PanelContentView view{[this] { return model; },
+                          [this](bool animated) { resizes.push_back(animated); }};
+
+    explicit Panel(std::vector<PanelEntry> entries) : model(std::move(entries)) {
+        view.resize(PanelContentView::preferredWidth, 400);
+        view.show();
+        refresh();
+    }
+    void refresh() {
+        view.refresh();
+        settle();
+    }
+    // New widgets are shown and laid out from the event loop.
+    void settle() {
+        QApplication::processEvents();
+        view.resize(PanelContentView::preferredWidth, view.sizeHint().height());
+        QApplication::processEvents();
+    }
+    panel::RowView* rowView(const std::string& id) const {
+        return dynamic_cast<panel::RowView*>(view.findChild<QWidget*>(QString::fromStdString(id)));
+    }
+    void click(const std::string& id) { QTest::mouseClick(rowView(id), Qt::LeftButton); }
+    QAbstractButton* button(const QString& text) const {
+        for (auto* button : view.findChildren<QAbstractButton*>()) {
+            if (button->text() == text && button->isVisible()) {
+                return button;
+            }
+        }
+        return nullptr;
+    }
+};
+
+TEST(PanelContentView, ShowsEveryKindOfEntryAndReportsItsUse) {
+    Ran ran;
+    std::string committed;
+    Panel panel({
+        {PanelEntry::Title{"Ruvola"}},
+        {PanelRow{.id = "pad",
+                  .text = "Control Pad",
+                  .symbol = "no.such.symbol",
+                  .symbolFallbacks = {"square.grid.3x2.fill"},
+                  .details = {{"circle.fill", "Connected", QColor(Qt::green)}},
+                  .trailing = "9 Set"}},
+        {PanelEntry::Toggle{.title = "Fine Volume Steps",
+                            .isOn = true,
+                            .toolTip = "Smaller",
+                            .action = ran("toggle")}},
+        {PanelEntry::Buttons{{{.title = "Quit", .enabled = false, .action = ran("quit")},
+                              {.title = "Reload", .action = ran("reload")}}}},
+        {PanelEntry::Text{"Nothing bound yet", true}},
+        {PanelEntry::Separator{}},
+        {PanelRow{
+            .id = "name",
+            .text = "Profile name",
+            .editingName =
+                PanelNameEdit{"Old", "Name", [&](const std::string& text) { committed = text; }}}},
+    });
+    const auto labels = panel.view.findChildren<QLabel*>();
+    ASSERT_EQ(labels.size(), 2);
+    EXPECT_EQ(labels[0]->text(), "Ruvola");
+    EXPECT_TRUE(labels[0]->font().bold());
+    EXPECT_EQ(labels[1]->text(), "Nothing bound yet");
+
+    const panel::RowView* pad = panel.rowView("pad");
+    QAbstractButton* toggle = panel.button("Fine Volume Steps");
+    ASSERT_TRUE(pad && toggle);
+    EXPECT_EQ(pad->accessibleName(), "Control Pad");
+    EXPECT_EQ(pad->accessibleDescription(), "Connected, 9 Set");
+    EXPECT_GT(pad->height(), toggle->height()) << "the detail line adds height";
+    EXPECT_TRUE(toggle->isChecked());
+    EXPECT_EQ(toggle->toolTip(), "Smaller");
+    EXPECT_TRUE(panel::canDrawSymbol("dial.medium.fill"));
+    EXPECT_FALSE(panel::pickSymbol("no.such.symbol", {"nor.this"}));
+
+    QTest::mouseClick(toggle, Qt::LeftButton);
+    QTest::mouseClick(panel.button("Quit"), Qt::LeftButton);
+    QTest::mouseClick(panel.button("Reload"), Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([&] { return ran["reload"] == 1; }));
+    EXPECT_EQ(ran["toggle"], 1);
+    EXPECT_EQ(ran["quit"], 0);
+
+    QLineEdit* field = panel.rowView("name")->nameField();
+    ASSERT_TRUE(field);
+    EXPECT_EQ(field->text(), "Old");
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClicks(field, "New");
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return committed == "New"; }));
+}
+
+TEST(PanelContentView, ExpansionAndSelectionFollowRowIdsAcrossRefresh) {
+    Ran ran;
+    Panel panel({row("pad", {}),
+                 row("controls", ran("controls"), true, {row("key1", {}), row("key2", {})})});
+    const int collapsed = panel.view.sizeHint().height();
+    panel.resizes.clear();
+
+    panel.click("controls");
+    EXPECT_TRUE(panel.view.isExpanded("controls"));
+    EXPECT_GT(panel.view.sizeHint().height(), collapsed);
+    EXPECT_EQ(panel.resizes, std::vector<bool>{true});
+    ASSERT_TRUE(waitUntil([&] { return ran["controls"] == 1; })) << "a header's action runs too";
+    panel.settle();
+    panel.view.select("key2");
+
+    // Everything moves and changes except the ids.
+    panel.model = {row("new", {}), row("pad", {}),
+                   row("controls", {}, true, {row("key0", {}), row("key2", {}), row("key3", {})})};
+    panel.refresh();
+    EXPECT_TRUE(panel.view.isExpanded("controls"));
+    EXPECT_EQ(panel.view.selectedId(), "key2");
+    EXPECT_TRUE(panel.rowView("key2")->isSelected());
+    EXPECT_TRUE(panel.rowView("key3"));
+    EXPECT_FALSE(panel.rowView("key1"));
+
+    // A row that goes away is forgotten: back again, it starts collapsed.
+    panel.model = {row("pad", {})};
+    panel.refresh();
+    EXPECT_EQ(panel.view.selectedId(), std::nullopt);
+    panel.model = {row("controls", {}, true, {row("key1", {})})};
+    panel.refresh();
+    EXPECT_FALSE(panel.view.isExpanded("controls"));
+    EXPECT_FALSE(panel.rowView("key1"));
+}
+
+TEST(PanelContentView, KeysAndClicksReachEnabledRowsOnly) {
+    Ran ran;
+    std::function<void()> refresh;
+    // "a"'s action refreshes the panel, as most do.
+    std::vector<PanelEntry> model = {
+        row("a",
+            [&] {
+                ran("a")();
+                refresh();
+            }),
+        row("b", ran("b"), false),
+        row("group", {}, true, {row("c", {}), row("d", {}, false), row("e", {})})};
+    std::get<PanelRow>(model[0].value).doubleClickAction = ran("double");
+    Panel panel(model);
+    refresh = [&] { panel.refresh(); };
+    bool hideRequested = false;
+    panel.view.onHideRequested = [&] { hideRequested = true; };
+
+    const struct {
+        Qt::Key key;
+        std::optional<std::string> selected;
+        bool expanded;
+    } steps[] = {
+        {Qt::Key_Down, "a", false},     {Qt::Key_Down, "group", false}, // past disabled "b"
+        {Qt::Key_Right, "group", true}, {Qt::Key_Down, "c", true},
+        {Qt::Key_Down, "e", true},      {Qt::Key_Down, "e", true}, // stays at the end
+        {Qt::Key_Left, "group", true},  {Qt::Key_Left, "group", false},
+        {Qt::Key_Down, "group", false}, {Qt::Key_Up, "a", false},
+    };
+    for (const auto& step : steps) {
+        QTest::keyClick(&panel.view, step.key);
+        EXPECT_EQ(panel.view.selectedId(), step.selected) << QTest::toString(step.key);
+        EXPECT_EQ(panel.view.isExpanded("group"), step.expanded) << QTest::toString(step.key);
+    }
+    QTest::keyClick(&panel.view, Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return ran["a"] == 1; }));
+    QTest::keyClick(&panel.view, Qt::Key_Escape);
+    EXPECT_TRUE(hideRequested);
+
+    panel.click("b");
+    panel.click("a");
+    // Actions run in order from the event loop: once "a" ran, "b" would have too.
+    ASSERT_TRUE(waitUntil([&] { return ran["a"] == 2; }));
+    EXPECT_EQ(ran["b"], 0);
+    // As the window system delivers a double click.
+    QWidget* a = panel.rowView("a");
+    QTest::mouseClick(a, Qt::LeftButton);
+    QTest::mousePress(a, Qt::LeftButton);
+    QTest::mouseDClick(a, Qt::LeftButton);
+    QTest::mouseRelease(a, Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([&] { return ran["double"] == 1; }));
+    EXPECT_EQ(ran["a"], 3) << "a double click is a click, then the double";
+}
+
+TEST(StatusPanelController, PlacesThePanelUnderItsIconWithinTheScreen) {
+    const QRect screen(0, 30, 1000, 700); // below a 30 px top bar
+    const struct {
+        const char* where;
+        QRect anchor;
+        int height;
+        QRect frame;
+    } cases[] = {
+        {"under the icon, centred", {500, 5, 20, 20}, 400, {359, 30, 302, 400}},
+        {"kept off the right edge", {970, 5, 20, 20}, 400, {692, 30, 302, 400}},
+        {"kept off the left edge", {0, 5, 20, 20}, 400, {6, 30, 302, 400}},
+        {"above an icon at the bottom", {500, 705, 20, 20}, 400, {359, 301, 302, 400}},
+        {"at the top right without an icon", {}, 400, {692, 36, 302, 400}},
+        {"never taller than the screen", {}, 2000, {692, 36, 302, 688}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(StatusPanelController::placement(c.anchor, {302, c.height}, screen), c.frame)
+            << c.where;
+    }
+}
+
+TEST(StatusPanelController, ShowsFreshContentUnderTheAnchorAndHidesOnEscape) {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen || screen->availableGeometry().height() < 300) {
+        GTEST_SKIP() << "no screen to show the panel on";
+    }
+    int asked = 0;
+    PanelContentView view(
+        [&] {
+            ++asked;
+            return std::vector<PanelEntry>{row("pad", {}), row("other", {})};
+        },
+        {});
+    StatusPanelController controller;
+    int hidden = 0;
+    controller.onHidden = [&] { ++hidden; };
+
+    const QRect anchor(screen->availableGeometry().center().x(), screen->availableGeometry().top(),
+                       20, 20);
+    controller.show(&view, anchor);
+    EXPECT_EQ(asked, 1);
+    ASSERT_TRUE(controller.isVisible());
+    const QRect frame = controller.window()->geometry();
+    EXPECT_EQ(frame.top(), anchor.bottom() + 5);
+    EXPECT_EQ(frame.height(), view.sizeHint().height() + 2);
+
+    QTest::keyClick(&view, Qt::Key_Escape);
+    EXPECT_FALSE(controller.isVisible());
+    EXPECT_EQ(hidden, 1);
+    controller.toggle(&view, anchor);
+    EXPECT_FALSE(controller.isVisible()) << "the click that closed it does not reopen it";
+    controller.toggle(&view, anchor);
+    EXPECT_TRUE(controller.isVisible());
+    EXPECT_EQ(asked, 2);
+}
+
+// A sample panel for a person to look at, whose key strip is checked too.
+TEST(PanelContentView, SamplePanelShowsEachKeysPictureUnderThePadRow) {
+    const QString folder = QStringLiteral(RUVOLA_ARTEFACTS_DIR);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const auto control = [](std::string id, std::string text, std::string symbol, std::string bound,
+                            bool enabled = true) {
+        return PanelEntry{PanelRow{.id = std::move(id),
+                                   .text = std::move(text),
+                                   .symbol = std::move(symbol),
+                                   .enabled = enabled,
+                                   .trailing = std::move(bound)}};
+    };
+    Panel panel({
+        {PanelEntry::Title{"Ruvola"}},
+        {PanelRow{.id = "pad",
+                  .text = "Soomfon Stream Controller SE",
+                  .symbol = "square.grid.3x2.fill",
+                  .details = {{"circle.fill", "Connected", QColor(0x34, 0xc7, 0x59)},
+                              {"", "Keys for Firefox"}}}},
+        {PanelEntry::Separator{}},
+        {PanelRow{.id = "controls",
+                  .text = "Controls",
+                  .expansion = {control("k1", "Key 1", "square.fill", "Play/Pause"),
+                                control("k2", "Key 2", "square.fill", "Mute Microphone"),
+                                control("k6", "Key 6", "square", "Not Set", false),
+                                control("b1", "Button 1", "circle.fill", "Screenshot"),
+                                control("n1", "Knob 1", "dial.medium.fill", "Volume")},
+                  .trailing = "9 Set",
+                  .isHeader = true}},
+        {PanelEntry::Separator{}},
+        {PanelEntry::Toggle{.title = "Fine Volume Steps",
+                            .isOn = true,
+                            .toolTip = "Turn the volume by quarter steps",
+                            .action = {}}},
+        {PanelEntry::FooterSeparator{}},
+        {PanelRow{.id = "edit", .text = "Edit Bindings…", .isFootLink = true}},
+        {PanelRow{.id = "quit", .text = "Quit Ruvola", .isFootLink = true}},
+    });
+    const QColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::magenta, Qt::cyan};
+    std::array<QImage, 6> keys;
+    for (std::size_t i = 0; i + 1 < keys.size(); ++i) { // key 6 has no picture
+        keys[i] = QImage(64, 64, QImage::Format_RGB32);
+        keys[i].fill(colours[i]);
+        QPainter painter(&keys[i]);
+        painter.setFont(QFont(painter.font().family(), 20, QFont::Bold));
+        painter.drawText(keys[i].rect(), Qt::AlignCenter, QString::number(i + 1));
+    }
+    panel.view.setKeyImages(keys);
+    panel.view.setExpanded("controls", true);
+    panel.view.select("k2");
+    panel.settle();
+
+    auto* strip = dynamic_cast<panel::KeyStripView*>(panel.view.findChild<QWidget*>("keyStrip"));
+    ASSERT_TRUE(strip);
+    EXPECT_EQ(strip->y(), panel.rowView("pad")->geometry().bottom() + 1);
+    EXPECT_LT(strip->y(), panel.rowView("controls")->y());
+    const QImage pixels = strip->grab().toImage();
+    for (int index = 0; index < 6; ++index) {
+        // Off the digit drawn in the middle.
+        const QColor seen = pixels.pixelColor(strip->keyRect(index).topLeft() + QPoint(6, 6));
+        const QColor wanted = index == 5 ? QColor(0x0e, 0x0e, 0x10)
+                                         : keys[static_cast<std::size_t>(index)].pixelColor(6, 6);
+        EXPECT_EQ(seen.name(), wanted.name()) << "key " << index + 1;
+    }
+
+    StatusPanelController controller;
+    controller.setContent(&panel.view);
+    controller.position({}, false);
+    controller.window()->show();
+    QApplication::processEvents();
+    QWidget* window = controller.window();
+    QImage shot(window->size() * 2, QImage::Format_ARGB32);
+    shot.setDevicePixelRatio(2);
+    shot.fill(Qt::transparent);
+    window->render(&shot);
+    EXPECT_TRUE(shot.save(folder + "/panel.png"));
+
+    panel.view.clearKeyImages();
+    EXPECT_FALSE(panel.view.findChild<QWidget*>("keyStrip"));
+}
+
+} // namespace
+} // namespace ruvola
