@@ -1,6 +1,8 @@
 #include "Ruvola/tray/PanelContentView.hpp"
 
-#include "Ruvola/tray/PanelItemViews.hpp"
+#include "Ruvola/tray/PanelRowView.hpp"
+#include "Ruvola/tray/PanelSymbols.hpp"
+#include "Ruvola/tray/PanelWidgets.hpp"
 
 #include <QApplication>
 #include <QHBoxLayout>

@@ -1,5 +1,7 @@
 // The status panel's widgets, used as a person would: clicks, keys, and a look at the result.
-#include "Ruvola/tray/PanelItemViews.hpp"
+#include "Ruvola/tray/PanelRowView.hpp"
+#include "Ruvola/tray/PanelSymbols.hpp"
+#include "Ruvola/tray/PanelWidgets.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
 #include "support/EventLoop.hpp"
 
