@@ -3,7 +3,6 @@
 #include "Ruvola/actions/ActionRunner.hpp"
 #include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
-#include "Ruvola/pad/KeyArt.hpp"
 #include "Ruvola/platform/Applications.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
@@ -11,39 +10,31 @@
 #include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
-#include "Ruvola/tray/StatusIconArt.hpp"
-#include "RuvolaCore/Overloaded.hpp"
 #include "RuvolaCore/PadProtocol.hpp"
 
 #include <QCoreApplication>
-#include <QPointer>
 #include <QProcess>
 #include <QSettings>
 #include <QTimer>
-#include <QTransform>
 
 namespace ruvola {
 
 namespace {
 
 constexpr const char* fineVolumeStepsKey = "fineVolumeSteps";
-constexpr const char* askedForAccessKey = "askedForAccess";
-constexpr const char* fineVolumeStepsHelp =
-    "Each click of a volume knob moves a quarter step, like Shift-Option with the volume keys.";
 
-std::string signature(const PadBinding* binding, int rotation) {
-    if (binding == nullptr) {
-        return {};
-    }
-    return binding->icon.value_or("") + "|" + binding->name + "|" + binding->color.value_or("") +
-           "|" + std::to_string(rotation);
-}
+// The title of notifications the program sends.
+constexpr std::string_view productName = "Ruvola";
 
-std::string symbolOf(const PadControl& control) {
-    if (control.isKnob()) {
-        return "dial.medium.fill";
+// Only network actions need the bindings document, for its addresses.
+std::optional<ActionRunner::WebRequest> webRequest(const PadAction& action,
+                                                   const BindingsFile& file) {
+    if (action.as<PadAction::Http>() == nullptr && action.as<PadAction::Roku>() == nullptr &&
+        action.as<PadAction::HomeAssistant>() == nullptr &&
+        action.as<PadAction::Ntfy>() == nullptr) {
+        return std::nullopt;
     }
-    return control.kind() == PadControl::Kind::key ? "square.fill" : "circle.fill";
+    return file.request(action, productName);
 }
 
 } // namespace
@@ -57,17 +48,17 @@ RuvolaApplication::RuvolaApplication(platform::Platform& platform, QSettings& se
 RuvolaApplication::~RuvolaApplication() = default;
 
 void RuvolaApplication::info(const std::string& message) const {
-    if (context_ && context_->logger != nullptr) {
-        context_->logger->info(message);
+    if (logger_ != nullptr) {
+        logger_->info(message);
     }
 }
 
-void RuvolaApplication::start(ApplicationContext context) {
-    context_ = std::move(context);
-    Logging& logger = *context_->logger;
+void RuvolaApplication::start(Logging& logger) {
+    logger_ = &logger;
+    readFrontmost();
 
     runner_ = std::make_unique<ActionRunner>(logger, platform_);
-    runner_->setFineVolumeSteps(settings_.value(fineVolumeStepsKey, false).toBool());
+    runner_->volume().setFineVolumeSteps(settings_.value(fineVolumeStepsKey, false).toBool());
 
     store_ = std::make_unique<BindingsStore>(
         BindingsStore::url(platform_.installation().homeDirectory()), logger,
@@ -82,7 +73,7 @@ void RuvolaApplication::start(ApplicationContext context) {
     pad_->onInput = [this](const PadInput& input) { handle(input); };
     pad_->onLog = [this](const std::string& line) { info(line); };
     pad_->onStarted = [this] {
-        screensShowing_.clear();
+        screens_.forget();
         updateScreens();
     };
 
@@ -119,8 +110,20 @@ void RuvolaApplication::wokeFromSleep() {
 }
 
 void RuvolaApplication::frontmostChanged() {
-    refresh();
+    readFrontmost();
+    emit changed();
     updateScreens();
+}
+
+void RuvolaApplication::readFrontmost() {
+    frontmost_.clear();
+    if (const auto frontmost = platform_.applications().frontmost()) {
+        for (const std::string* text : {&frontmost->name, &frontmost->identifier}) {
+            if (!text->empty()) {
+                frontmost_.push_back(*text);
+            }
+        }
+    }
 }
 
 const BindingsFile& RuvolaApplication::currentBindings() const {
@@ -130,26 +133,32 @@ const BindingsFile& RuvolaApplication::currentBindings() const {
     return previewBindings_ ? *previewBindings_ : BindingsFile::defaults();
 }
 
-std::vector<std::string> RuvolaApplication::frontmostIdentifiers() const {
-    std::vector<std::string> identifiers;
-    if (const auto frontmost = platform_.applications().frontmost()) {
-        for (const std::string* text : {&frontmost->name, &frontmost->identifier}) {
-            if (!text->empty()) {
-                identifiers.push_back(*text);
-            }
-        }
+bool RuvolaApplication::fineVolumeSteps() const {
+    return settings_.value(fineVolumeStepsKey, false).toBool();
+}
+
+void RuvolaApplication::setFineVolumeSteps(bool fine) {
+    settings_.setValue(fineVolumeStepsKey, fine);
+    if (runner_) {
+        runner_->volume().setFineVolumeSteps(fine);
     }
-    return identifiers;
+    emit changed();
+}
+
+void RuvolaApplication::editBindings() {
+    if (store_) {
+        store_->edit();
+    }
 }
 
 void RuvolaApplication::handle(const PadInput& input) {
     const PadControl control = input.control();
     if (lastControl_ != control) {
         lastControl_ = control;
-        refresh();
+        emit changed();
     }
     const BindingsFile& file = currentBindings();
-    const PadBinding* binding = file.binding(control, frontmostIdentifiers());
+    const PadBinding* binding = file.binding(control, frontmost_);
     if (binding == nullptr) {
         return;
     }
@@ -157,7 +166,7 @@ void RuvolaApplication::handle(const PadInput& input) {
     if (!action || !runner_) {
         return; // releases and empty slots run nothing
     }
-    runner_->run(*action, *binding, file);
+    runner_->run(*action, *binding, webRequest(*action, file));
 }
 
 void RuvolaApplication::padStatusChanged(const PadConnection::Status& status) {
@@ -165,16 +174,17 @@ void RuvolaApplication::padStatusChanged(const PadConnection::Status& status) {
     if (status.connected) {
         info("Connected to " + status.connected->model.name + ", firmware " +
              status.connected->firmware.value_or("unknown"));
-        screensShowing_.clear();
+        screens_.forget();
     } else {
         info("Pad disconnected");
+        screens_.clear();
     }
-    refresh();
+    emit changed();
     updateScreens();
 }
 
 void RuvolaApplication::bindingsChanged() {
-    refresh();
+    emit changed();
     const int brightness = currentBindings().settings.brightness;
     if (pad_ && pad_->brightness != brightness) {
         pad_->brightness = brightness;
@@ -183,73 +193,22 @@ void RuvolaApplication::bindingsChanged() {
     updateScreens();
 }
 
-void RuvolaApplication::refresh() {
-    if (context_ && context_->refreshHost) {
-        context_->refreshHost();
-    }
-}
-
 void RuvolaApplication::updateScreens() {
     if (!pad_ || !padStatus_.connected) {
         return;
     }
-    const std::vector<std::string> frontmost = frontmostIdentifiers();
-    const BindingsFile& file = currentBindings();
-    const int rotation = file.settings.rotation;
-    bool changed = false;
-    for (int key = 1; key <= 6; ++key) {
-        const PadBinding* binding = file.binding(PadControl::key(key), frontmost);
-        std::string wanted = signature(binding, rotation);
-        const auto showing = screensShowing_.find(key);
-        if (wanted == (showing == screensShowing_.end() ? "" : showing->second)) {
-            continue;
-        }
-        std::vector<std::uint8_t>& picture = keyPictures_[static_cast<std::size_t>(key - 1)];
-        picture.clear();
-        if (binding != nullptr) {
-            if (auto jpeg = KeyArt::jpeg(*binding, rotation)) {
-                picture = std::move(*jpeg);
-            }
-        }
-        if (picture.empty()) {
-            pad_->send(PadProtocol::clearKey(key));
-        } else {
-            pad_->sendKeyImage(key, picture);
-        }
-        screensShowing_[key] = std::move(wanted);
-        changed = true;
-    }
-    if (changed) {
-        pad_->send(PadProtocol::refresh());
-    }
-}
-
-std::array<QImage, 6> RuvolaApplication::keyImages() const {
-    std::array<QImage, 6> images;
-    if (!padStatus_.connected) {
-        return images;
-    }
-    const int rotation = currentBindings().settings.rotation;
-    for (std::size_t index = 0; index < images.size(); ++index) {
-        const std::vector<std::uint8_t>& jpeg = keyPictures_[index];
-        if (!jpeg.empty()) {
-            // Turned back, so they stand as they do on the pad in front of the user.
-            images[index] = QImage::fromData(jpeg.data(), static_cast<int>(jpeg.size()), "JPEG")
-                                .transformed(QTransform().rotate(-rotation));
-        }
-    }
-    return images;
+    screens_.update(*pad_, currentBindings(), frontmost_);
 }
 
 void RuvolaApplication::noteAccessChange() {
     const bool trusted = platform_.inputAccess().isTrusted();
-    const bool changed = lastKnownAccess_ && *lastKnownAccess_ != trusted;
+    const bool differs = lastKnownAccess_ && *lastKnownAccess_ != trusted;
     lastKnownAccess_ = trusted;
-    if (!changed) {
+    if (!differs) {
         return;
     }
     info(trusted ? "Input access allowed" : "Input access removed");
-    refresh();
+    emit changed();
     if (trusted) {
         relaunchToApplyAccess();
     }
@@ -261,166 +220,6 @@ void RuvolaApplication::relaunchToApplyAccess() {
     QProcess::startDetached(
         "/bin/sh", {"-c", "sleep 1; exec \"$0\"", QCoreApplication::applicationFilePath()});
     QCoreApplication::quit();
-}
-
-std::string RuvolaApplication::statusDescription() const {
-    const std::string name = context_ ? context_->identity.name : AppIdentity{}.name;
-    if (padStatus_.connected) {
-        return name + ", " + padStatus_.connected->model.name + " connected";
-    }
-    return name + ", no pad connected";
-}
-
-QIcon RuvolaApplication::statusIcon() const {
-    return StatusIconArt::icon(padStatus_.connected ? StatusIconArt::Mood::connected
-                                                    : StatusIconArt::Mood::searching);
-}
-
-std::vector<PanelEntry> RuvolaApplication::panelContent() {
-    std::vector<PanelEntry> entries;
-    const std::string name = context_ ? context_->identity.name : AppIdentity{}.name;
-    entries.push_back({PanelEntry::Title{name}});
-
-    const int brightness = currentBindings().settings.brightness;
-    if (padStatus_.connected) {
-        entries.push_back({PanelRow{
-            .id = "pad",
-            .text = padStatus_.connected->model.name,
-            .symbol = "square.grid.3x2.fill",
-            .symbolFallbacks = {"square.grid.3x2", "keyboard"},
-            .isCurrent = true,
-            .details = {{"cpu", "Firmware " + padStatus_.connected->firmware.value_or("unknown")},
-                        {"sun.max", "Brightness " + std::to_string(brightness) + "%"}},
-        }});
-    } else {
-        entries.push_back({PanelRow{
-            .id = "pad",
-            .text = "No Pad Connected",
-            .symbol = "square.grid.3x2",
-            .details = {{"cable.connector", "Plug in a Soomfon Stream Controller SE"}},
-            .enabled = false,
-        }});
-    }
-
-    platform::InputAccess& access = platform_.inputAccess();
-    if (!access.isTrusted()) {
-        entries.push_back({PanelEntry::Separator{}});
-        entries.push_back({PanelEntry::Text{"Access Needed", false}});
-        entries.push_back({PanelEntry::Text{
-            "For the system volume overlay and keystroke bindings, " + access.remedy() + ".",
-            true}});
-        QPointer<RuvolaApplication> self(this);
-        entries.push_back({PanelEntry::Buttons{{PanelButton{
-            .title = "Grant Access…",
-            .action =
-                [self] {
-                    if (!self || !self->context_) {
-                        return;
-                    }
-                    self->settings_.setValue(askedForAccessKey, true);
-                    if (self->context_->showAccessHelp) {
-                        self->context_->showAccessHelp();
-                    }
-                    if (self->context_ && self->context_->hidePanel) {
-                        self->context_->hidePanel();
-                    }
-                },
-        }}}});
-    }
-
-    entries.push_back({PanelEntry::Separator{}});
-    entries.push_back({controlsGroup()});
-    entries.push_back({PanelEntry::FooterSeparator{}});
-
-    QPointer<RuvolaApplication> self(this);
-    entries.push_back({PanelEntry::Toggle{
-        .title = "Fine Volume Steps",
-        .isOn = settings_.value(fineVolumeStepsKey, false).toBool(),
-        .toolTip = fineVolumeStepsHelp,
-        .action =
-            [self] {
-                if (!self) {
-                    return;
-                }
-                const bool fine = !self->settings_.value(fineVolumeStepsKey, false).toBool();
-                self->settings_.setValue(fineVolumeStepsKey, fine);
-                if (self->runner_) {
-                    self->runner_->setFineVolumeSteps(fine);
-                }
-                self->refresh();
-            },
-    }});
-    entries.push_back({PanelRow{
-        .id = "edit-bindings",
-        .text = "Edit Bindings…",
-        .toolTip = BindingsStore::url(platform_.installation().homeDirectory()).string(),
-        .action =
-            [self] {
-                if (!self) {
-                    return;
-                }
-                if (self->context_ && self->context_->hidePanel) {
-                    self->context_->hidePanel();
-                }
-                if (self->store_) {
-                    self->store_->edit();
-                }
-            },
-        .isFootLink = true,
-    }});
-    return entries;
-}
-
-PanelRow RuvolaApplication::controlsGroup() {
-    const std::vector<std::string> frontmost = frontmostIdentifiers();
-    const BindingsFile& file = currentBindings();
-
-    std::vector<PanelEntry> expansion;
-    for (const std::string& problem : file.problems) {
-        expansion.push_back({PanelEntry::Text{"⚠ " + problem, false}});
-    }
-    std::size_t bound = 0;
-    for (const PadControl& control : PadControl::all()) {
-        const PadBinding* binding = file.binding(control, frontmost);
-        if (binding == nullptr) {
-            continue;
-        }
-        ++bound;
-        std::vector<PanelDetail> details;
-        const auto describe = [&](const char* symbol, const std::optional<PadAction>& action) {
-            if (action) {
-                details.push_back({symbol, action->description()});
-            }
-        };
-        describe("hand.tap", binding->press);
-        describe("arrow.counterclockwise", binding->turnLeft);
-        describe("arrow.clockwise", binding->turnRight);
-        PanelRow row;
-        row.id = "control-" + control.configName();
-        row.text = control.description() + " — " + binding->name;
-        row.symbol = symbolOf(control);
-        row.isCurrent = lastControl_ == control;
-        row.details = std::move(details);
-        expansion.emplace_back(std::move(row));
-    }
-
-    std::string touched = "Touch a control on the pad to see its name.";
-    if (lastControl_) {
-        touched = "Last touched: " + lastControl_->description();
-        if (file.binding(*lastControl_, frontmost) == nullptr) {
-            touched += " (unbound)";
-        }
-    }
-    expansion.push_back({PanelEntry::Text{touched, true}});
-
-    return PanelRow{
-        .id = "controls",
-        .text = "Controls",
-        .expansion = std::move(expansion),
-        .trailing = file.problems.empty() ? std::to_string(bound) + " Set"
-                                          : std::to_string(file.problems.size()) + " to Fix",
-        .isHeader = true,
-    };
 }
 
 } // namespace ruvola

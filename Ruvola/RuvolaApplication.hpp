@@ -1,17 +1,12 @@
 #pragma once
 
+#include "Ruvola/pad/KeyScreens.hpp"
 #include "Ruvola/pad/PadConnection.hpp"
-#include "Ruvola/tray/PanelModel.hpp"
-#include "RuvolaCore/AppIdentity.hpp"
 #include "RuvolaCore/BindingsFile.hpp"
 
-#include <QIcon>
-#include <QImage>
 #include <QObject>
 
-#include <array>
-#include <functional>
-#include <map>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,26 +26,14 @@ class Notifier;
 class Platform;
 } // namespace platform
 
-/// What the host shares with the application once it runs: who we are, where the log goes, and
-/// how to reach the host back.
-struct ApplicationContext {
-    AppIdentity identity;
-    Logging* logger = nullptr;
-    /// Redraws the tray icon and the panel from the application's state.
-    std::function<void()> refreshHost = {};
-    /// Puts the status panel away, as actions that open something else ask.
-    std::function<void()> hidePanel = {};
-    /// Explains to the user how to grant input access.
-    std::function<void()> showAccessHelp = {};
-};
-
 /// Ties the program together: turns each pad input into the action bound to it, keeps the six
-/// screen keys showing the right pictures for the frontmost application, follows the pad, the
-/// bindings file, wake from sleep and input access, and supplies the tray's icon, description and
-/// panel content. Lives on the main thread.
+/// screen keys showing the right pictures for the frontmost application, and follows the pad, the
+/// bindings file, wake from sleep and input access. Lives on the main thread.
 class RuvolaApplication final : public QObject {
+    Q_OBJECT
+
 public:
-    /// `settings` holds the user's choices ("fineVolumeSteps", "askedForAccess").
+    /// `settings` holds the user's choice of "fineVolumeSteps".
     RuvolaApplication(platform::Platform& platform, QSettings& settings,
                       PadConnection::Status previewStatus = PadConnection::Status::searching(),
                       std::optional<BindingsFile> previewBindings = std::nullopt);
@@ -58,22 +41,21 @@ public:
 
     /// Brings everything up: the action runner, the bindings store, the pad connection, then the
     /// watchers of the frontmost application, wake from sleep and input access.
-    void start(ApplicationContext context);
+    void start(Logging& logger);
     /// Blanks and lets go of the pad and stops watching.
     void stop();
 
-    std::string statusDescription() const;
-    QIcon statusIcon() const;
-    std::vector<PanelEntry> panelContent();
-
-    /// The pictures the pad's keys were last sent, decoded and upright as the user sees them;
-    /// null for a cleared key.
-    std::array<QImage, 6> keyImages() const;
-
     /// The bindings in effect: the store's, else the preview's, else the defaults.
     const BindingsFile& currentBindings() const;
-    /// The frontmost application's name and identifier, as "when" lists match them.
-    std::vector<std::string> frontmostIdentifiers() const;
+    /// The frontmost application's name and identifier, as "when" lists match them; read when
+    /// it changes, not on each press.
+    const std::vector<std::string>& frontmostIdentifiers() const { return frontmost_; }
+
+    /// Whether a volume knob moves a quarter step per click; remembered in the settings.
+    bool fineVolumeSteps() const;
+    void setFineVolumeSteps(bool fine);
+    /// Opens the bindings file for editing.
+    void editBindings();
 
     /// Re-reads input access; on a change logs it, and relaunches once access is newly granted.
     void noteAccessChange();
@@ -84,6 +66,7 @@ public:
 
     const PadConnection::Status& padStatus() const { return padStatus_; }
     const std::optional<PadControl>& lastControl() const { return lastControl_; }
+    const KeyScreens& keyScreens() const { return screens_; }
     PadConnection* pad() { return pad_.get(); }
     BindingsStore* store() { return store_.get(); }
     ActionRunner* runner() { return runner_.get(); }
@@ -91,19 +74,23 @@ public:
     /// How long after a notice of changed access it is read again.
     static constexpr std::chrono::milliseconds accessRecheckDelay{500};
 
+signals:
+    /// What the tray shows has changed: the pad, the bindings, the frontmost application, input
+    /// access, the last touched control or a setting.
+    void changed();
+
 private:
     void handle(const PadInput& input);
     void padStatusChanged(const PadConnection::Status& status);
     void bindingsChanged();
-    void refresh();
     void updateScreens();
+    void readFrontmost();
     void relaunchToApplyAccess();
-    PanelRow controlsGroup();
     void info(const std::string& message) const;
 
     platform::Platform& platform_;
     QSettings& settings_;
-    std::optional<ApplicationContext> context_;
+    Logging* logger_ = nullptr;
     PadConnection::Status padStatus_;
     std::optional<BindingsFile> previewBindings_;
     std::unique_ptr<ActionRunner> runner_;
@@ -114,8 +101,8 @@ private:
     std::unique_ptr<platform::Notifier> accessWatcher_;
     std::optional<bool> lastKnownAccess_;
     std::optional<PadControl> lastControl_;
-    std::map<int, std::string> screensShowing_;
-    std::array<std::vector<std::uint8_t>, 6> keyPictures_;
+    std::vector<std::string> frontmost_;
+    KeyScreens screens_;
 };
 
 } // namespace ruvola

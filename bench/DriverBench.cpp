@@ -46,7 +46,7 @@ public:
         platform_->inputAccessOverride = &access_;
         platform_->systemKeysOverride = &keys;
         application.emplace(*platform_, settings_);
-        application->start({AppIdentity{}, &logger_, {}});
+        application->start(logger_);
         ready_ = testing::waitUntil([&] {
             return std::count_if(
                        pad.received.begin(), pad.received.end(),

@@ -2,10 +2,9 @@
 
 #include "Ruvola/actions/HouseActions.hpp"
 #include "Ruvola/actions/NetworkActions.hpp"
-#include "Ruvola/platform/SystemKeys.hpp"
+#include "Ruvola/actions/VolumeControl.hpp"
+#include "RuvolaCore/BindingsFile.hpp"
 #include "RuvolaCore/PadAction.hpp"
-
-#include <QObject>
 
 #include <chrono>
 #include <optional>
@@ -13,62 +12,50 @@
 
 namespace ruvola {
 
-class BindingsFile;
 class Logging;
-struct PadBinding;
 
 namespace platform {
 class InputAccess;
 class Platform;
-class SystemVolume;
+class SystemKeys;
 } // namespace platform
 
 /// Performs the action of a binding when its control is used. Lives on the main thread: local
-/// work goes to background threads, web requests to the network, and media keys and volume are
-/// handled here, learning as it goes whether the desktop reacts to posted volume keys. Outcomes are
-/// only logged; nothing is retried.
-class ActionRunner final : public QObject {
+/// work goes to background threads, web requests to the network, media keys to the desktop, and
+/// volume and mute to the volume control. Outcomes are only logged; nothing is retried.
+class ActionRunner final {
 public:
     ActionRunner(Logging& logger, platform::Platform& platform,
                  std::chrono::milliseconds networkTimeout = std::chrono::seconds(15));
-    ~ActionRunner() override;
+    ~ActionRunner();
 
-    /// Runs `action` of `binding`; `file` builds web requests. Returns at once.
-    void run(const PadAction& action, const PadBinding& binding, const BindingsFile& file);
+    ActionRunner(const ActionRunner&) = delete;
+    ActionRunner& operator=(const ActionRunner&) = delete;
 
-    /// Whether a volume knob moves a quarter step per click.
-    bool fineVolumeSteps() const { return fineVolumeSteps_; }
-    void setFineVolumeSteps(bool fine) { fineVolumeSteps_ = fine; }
+    /// The ready web request of a network action, or the sentence saying why there is none.
+    using WebRequest = Result<HTTPRequest, RequestProblem>;
 
-    /// Known once a posted volume key was seen to change the level, or every tap was ignored.
-    std::optional<bool> volumeKeysWork() const { return volumeKeysWork_; }
-    platform::SystemKeys::Tap tap() const { return tap_; }
+    /// Runs `action` of `binding`; a network action sends `request`. Returns at once.
+    void run(const PadAction& action, const PadBinding& binding,
+             const std::optional<WebRequest>& request = std::nullopt);
+
+    VolumeControl& volume() { return volume_; }
 
     /// "key 1 (Play)": how log lines name a binding.
     static std::string logName(const PadBinding& binding);
 
-    /// How long after a volume or mute key its effect is checked.
-    static constexpr std::chrono::milliseconds verificationDelay{350};
-
 private:
     bool checkAccess(const std::string& name);
     void runSystemKey(SystemKey key, const std::string& name);
-    void changeVolume(bool up);
-    void verifyVolumeKey(bool up, double before);
-    void stepVolumeDirectly(bool up);
-    void toggleMute();
 
     Logging& logger_;
     platform::InputAccess& access_;
     platform::SystemKeys& systemKeys_;
-    platform::SystemVolume& volume_;
+    VolumeControl volume_;
     NetworkActions network_;
     HouseActions house_;
 
-    bool fineVolumeSteps_ = false;
-    std::optional<bool> volumeKeysWork_;
     bool warnedAboutAccess_ = false;
-    platform::SystemKeys::Tap tap_ = platform::SystemKeys::Tap::hid;
 };
 
 } // namespace ruvola

@@ -1,9 +1,12 @@
 #include "Ruvola/tray/MenubarHost.hpp"
 
+#include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
+#include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/LaunchAtLogin.hpp"
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/tray/PanelContent.hpp"
 #include "Ruvola/tray/PanelContentView.hpp"
 #include "Ruvola/tray/RuvolaMark.hpp"
 
@@ -22,6 +25,7 @@ namespace {
 
 // Where the icon's visibility is kept between runs.
 constexpr const char* iconVisibleKey = "RuvolaStatusItem/visible";
+constexpr const char* askedForAccessKey = "askedForAccess";
 
 QPixmap markPicture(int size) {
     QPixmap picture(size, size);
@@ -55,6 +59,7 @@ MenubarHost::MenubarHost(RuvolaApplication& application, Logging& logger, AppIde
     : application_(application), logger_(logger), identity_(std::move(identity)),
       platform_(platform), settings_(settings), loginLaunch_(loginLaunch) {
     panel_.onHidden = [] {};
+    connect(&application_, &RuvolaApplication::changed, this, &MenubarHost::refreshStatusItem);
 }
 
 MenubarHost::~MenubarHost() {
@@ -67,29 +72,11 @@ MenubarHost::~MenubarHost() {
 void MenubarHost::launch() {
     logger_.info("Starting " + identity_.name + " " + identity_.version + " (" + identity_.build +
                  ")");
-    ApplicationContext context{identity_, &logger_};
-    QPointer<MenubarHost> self(this);
-    context.refreshHost = [self] {
-        if (self) {
-            self->refreshStatusItem();
-        }
-    };
-    context.hidePanel = [self] {
-        if (self) {
-            self->panel_.hide();
-        }
-    };
-    context.showAccessHelp = [self] {
-        if (self) {
-            self->showAccessHelp();
-        }
-    };
-
     // A login launch leaves an icon the user hid hidden; any other launch brings it back.
     if (!settings_.value(iconVisibleKey, true).toBool() && !loginLaunch_) {
         settings_.setValue(iconVisibleKey, true);
     }
-    tray_.setIcon(application_.statusIcon());
+    tray_.setIcon(PanelContent::statusIcon(application_.padStatus()));
     tray_.setToolTip(QString::fromStdString(identity_.name));
     connect(&tray_, &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
@@ -119,7 +106,7 @@ void MenubarHost::launch() {
         trayWatch_.start();
     }
 
-    application_.start(std::move(context));
+    application_.start(logger_);
     started_ = true;
     refreshStatusItem();
 }
@@ -144,23 +131,21 @@ void MenubarHost::refreshStatusItem() {
     if (!started_) {
         return;
     }
-    tray_.setIcon(application_.statusIcon());
+    tray_.setIcon(PanelContent::statusIcon(application_.padStatus()));
     PanelContentView* view = statusPanel();
     if (panel_.isVisible()) {
         panel_.setContent(view);
         view->refresh();
-        view->setKeyImages(application_.keyImages());
+        view->setKeyImages(application_.keyScreens().images());
         panel_.position(panel_.anchor(), false);
     }
 }
 
 PanelContentView* MenubarHost::statusPanel() {
     if (!view_) {
-        QPointer<RuvolaApplication> application(&application_);
+        QPointer<MenubarHost> self(this);
         view_ = new PanelContentView(
-            [application] {
-                return application ? application->panelContent() : std::vector<PanelEntry>{};
-            },
+            [self] { return self ? self->panelContent() : std::vector<PanelEntry>{}; },
             [this](bool animated) {
                 if (panel_.isVisible()) {
                     panel_.position(panel_.anchor(), animated);
@@ -171,12 +156,53 @@ PanelContentView* MenubarHost::statusPanel() {
     return view_;
 }
 
+std::vector<PanelEntry> MenubarHost::panelContent() {
+    platform::InputAccess& access = platform_.inputAccess();
+    const PanelState state{
+        .appName = identity_.name,
+        .pad = application_.padStatus(),
+        .bindings = application_.currentBindings(),
+        .frontmost = application_.frontmostIdentifiers(),
+        .lastControl = application_.lastControl(),
+        .accessRemedy = access.isTrusted() ? std::nullopt : std::optional(access.remedy()),
+        .fineVolumeSteps = application_.fineVolumeSteps(),
+        .bindingsPath = BindingsStore::url(platform_.installation().homeDirectory()).string(),
+    };
+    QPointer<MenubarHost> self(this);
+    return PanelContent::entries(state, {
+                                            .grantAccess =
+                                                [self] {
+                                                    if (!self || !self->started_) {
+                                                        return;
+                                                    }
+                                                    self->settings_.setValue(askedForAccessKey,
+                                                                             true);
+                                                    self->showAccessHelp();
+                                                    self->panel_.hide();
+                                                },
+                                            .toggleFineVolumeSteps =
+                                                [self] {
+                                                    if (self) {
+                                                        self->application_.setFineVolumeSteps(
+                                                            !self->application_.fineVolumeSteps());
+                                                    }
+                                                },
+                                            .editBindings =
+                                                [self] {
+                                                    if (self) {
+                                                        self->panel_.hide();
+                                                        self->application_.editBindings();
+                                                    }
+                                                },
+                                        });
+}
+
 void MenubarHost::togglePanel() {
     if (!started_) {
         return;
     }
     PanelContentView* view = statusPanel();
-    view->setKeyImages(application_.keyImages());
+    view->setKeyImages(application_.keyScreens().images());
     panel_.toggle(view, tray_.geometry());
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ruvola/RuvolaApplication.hpp"
+#include "Ruvola/tray/PanelModel.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
 #include "RuvolaCore/AppIdentity.hpp"
 
@@ -11,6 +12,7 @@
 
 #include <chrono>
 #include <memory>
+#include <vector>
 
 class QDialog;
 class QMenu;
@@ -46,6 +48,8 @@ public:
 
     /// Redraws the icon and, while it is open, the panel.
     void refreshStatusItem();
+    /// The panel's lines, from the application's current state.
+    std::vector<PanelEntry> panelContent();
     void showAbout();
     /// The right click's menu, built from the current state.
     std::unique_ptr<QMenu> contextMenu();

@@ -1,18 +1,11 @@
 #include "Ruvola/actions/ActionRunner.hpp"
-#include "Ruvola/platform/SystemVolume.hpp"
-#include "RuvolaCore/BindingsFile.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "support/EventLoop.hpp"
 #include "support/HttpRecorder.hpp"
 #include "support/RecordingLogger.hpp"
 #include "support/Servers.hpp"
 
-#include <QDir>
-#include <QFile>
-#include <QNetworkProxy>
 #include <QProcess>
-#include <QSslConfiguration>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -45,8 +38,8 @@ protected:
     }
 
     void press(const PadAction& action, const std::string& name = "Run",
-               const BindingsFile& file = {}) {
-        runner().run(action, {PadControl::key(1), name, {}, action}, file);
+               const std::optional<ActionRunner::WebRequest>& request = std::nullopt) {
+        runner().run(action, {PadControl::key(1), name, {}, action}, request);
     }
 
     bool logged(const std::string& line, std::chrono::milliseconds bound = 10s) {
@@ -129,60 +122,13 @@ TEST_F(ActionRunnerTest, KeysAndTextNeedAccessAndWarnOnlyOnce) {
 
 TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
     testing::HttpRecorder server(200);
-    const std::string address = "127.0.0.1:" + std::to_string(server.server.serverPort());
-    const BindingsFile file =
-        BindingsFile::parse(R"({"settings": {"roku": ")" + address +
-                            R"(", "homeassistant": "http://)" + address + R"("}, "bindings": []})");
-    ASSERT_TRUE(file.problems.empty()) << file.problems.front();
-
-    press(PadAction::roku(RokuCommand::key("Home")), "Roku", file);
-    press(PadAction::homeAssistant("lights"), "Lights", file);
-    press(PadAction::roku(RokuCommand::key("Home")), "Roku"); // no settings
-    press(PadAction::http({"http://nowhere.invalid/"}), "Nowhere");
-    ASSERT_TRUE(waitUntil([&] { return server.received.size() == 2; }));
+    const PadAction roku = PadAction::roku(RokuCommand::key("Home"));
+    press(roku, "Roku", HTTPRequest{server.url("/keypress/Home"), "POST"});
+    press(roku, "Off", RequestProblem{"no Roku address in the settings"});
+    ASSERT_TRUE(waitUntil([&] { return server.received.size() == 1; }));
     EXPECT_EQ(server.received[0].method + " " + server.received[0].path, "POST /keypress/Home");
-    EXPECT_EQ(server.received[1].method + " " + server.received[1].path,
-              "POST /api/webhook/lights");
     EXPECT_TRUE(logged("INFO Key 1 (Roku): POST 127.0.0.1 → 200"));
-    EXPECT_TRUE(logged("INFO Key 1 (Lights): POST 127.0.0.1 → 200"));
-    EXPECT_TRUE(logger_.contains("WARNING Key 1 (Roku): no Roku address in the settings"));
-    EXPECT_TRUE(logged("WARNING Key 1 (Nowhere): GET nowhere.invalid failed — Host "
-                       "nowhere.invalid not found"));
-}
-
-// ntfy.sh is reached through a loopback proxy that plays the service with a certificate of its
-// own, trusted for this process only.
-TEST_F(ActionRunnerTest, NtfyPostsReachTheServiceWithTheirTitle) {
-    if (!QSslSocket::supportsSsl() || QStandardPaths::findExecutable("openssl").isEmpty()) {
-        GTEST_SKIP() << "no TLS support or no openssl to make a certificate";
-    }
-    QProcess openssl;
-    openssl.start("openssl",
-                  {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
-                   "/CN=ntfy.sh", "-addext", "subjectAltName=DNS:ntfy.sh", "-keyout",
-                   home_.filePath("key.pem"), "-out", home_.filePath("cert.pem")});
-    ASSERT_TRUE(openssl.waitForFinished(30000) && openssl.exitCode() == 0);
-    QFile certificateFile(home_.filePath("cert.pem")), keyFile(home_.filePath("key.pem"));
-    ASSERT_TRUE(certificateFile.open(QIODevice::ReadOnly) && keyFile.open(QIODevice::ReadOnly));
-    const QSslCertificate certificate(&certificateFile);
-    QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
-    trusting.addCaCertificate(certificate);
-    QSslConfiguration::setDefaultConfiguration(trusting);
-    testing::TlsTunnelRecorder proxy(certificate, QSslKey(&keyFile, QSsl::Rsa));
-    QNetworkProxy::setApplicationProxy({QNetworkProxy::HttpProxy, "127.0.0.1", proxy.serverPort()});
-
-    const BindingsFile file =
-        BindingsFile::parse(R"({"settings": {"ntfy": "ruvola-test"}, "bindings": []})");
-    press(PadAction::ntfy("Hello from Ruvola"), "Buzz", file);
-    EXPECT_TRUE(logged("INFO Key 1 (Buzz): POST ntfy.sh → 200"))
-        << (logger_.count() > 0 ? logger_.lines().back() : "nothing logged");
-    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
-    ASSERT_EQ(proxy.received.size(), 1U);
-    EXPECT_EQ(proxy.tunnels, std::vector<std::string>{"ntfy.sh:443"});
-    const testing::Received& post = proxy.received.front();
-    EXPECT_EQ(post.method + " " + post.path + " " + post.body,
-              "POST /ruvola-test Hello from Ruvola");
-    EXPECT_EQ(post.headers.at("title"), "Ruvola");
+    EXPECT_TRUE(logger_.contains("WARNING Key 1 (Off): no Roku address in the settings"));
 }
 
 TEST_F(ActionRunnerTest, TextIsCutIntoChunksWithoutSplittingACharacter) {
@@ -241,7 +187,6 @@ protected:
         }
         ASSERT_TRUE(display_.start(true));
         platform_.inputAccessOverride = nullptr;
-        useDesktopEntries();
         window_.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
         QByteArray said;
         ASSERT_TRUE(waitUntil(
@@ -256,26 +201,6 @@ protected:
     void TearDown() override {
         window_.kill();
         window_.waitForFinished();
-    }
-
-    // The desktop knows one application of ours, RvFiles, which opens folders. Desktop entries are
-    // read once per process, so every test shares the same ones.
-    static void useDesktopEntries() {
-        static const QTemporaryDir folder;
-        static const bool written = [] {
-            QDir(folder.path()).mkpath("applications");
-            std::ofstream(folder.filePath("applications/rvfiles.desktop").toStdString())
-                << "[Desktop Entry]\nType=Application\nName=RvFiles\nExec=" RUVOLA_TEST_WINDOW
-                   " --class Files --instance files\nMimeType=inode/directory;\n";
-            std::ofstream(folder.filePath("mimeapps.list").toStdString())
-                << "[Default Applications]\ninode/directory=rvfiles.desktop\n";
-            return true;
-        }();
-        (void)written;
-        for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
-            setenv(name, folder.path().toLocal8Bit().constData(), 1);
-        }
-        setenv("XDG_DATA_DIRS", "/usr/share", 1); // where openbox finds its theme
     }
 
     // openbox may not have looked at its queue yet: a root property change wakes it.
@@ -332,38 +257,6 @@ TEST_F(DesktopTest, OpenPutsTheFrontmostApplicationAwayAndBringsItBack) {
     EXPECT_TRUE(waitUntil([&] { return logger_.count() == 3; }));
 }
 
-TEST_F(DesktopTest, PathsAndAddressesGoToTheDesktopAndAFolderPutsTheFileManagerAway) {
-    const std::filesystem::path browser = path("browser");
-    std::ofstream(browser) << "#!/bin/sh\nprintf '%s' \"$1\" > \"$HOME/opened\"\n";
-    std::filesystem::permissions(browser, std::filesystem::perms::owner_all);
-    setenv("BROWSER", browser.c_str(), 1);
-    const auto opened = [&] {
-        std::ifstream file(path("opened"));
-        return std::string((std::istreambuf_iterator<char>(file)), {});
-    };
-    for (const std::string target : {"https://example.invalid/a b?c='d'", "~/My 'Notes' \"1\""}) {
-        std::filesystem::remove(path("opened"));
-        std::ofstream(path("My 'Notes' \"1\""));
-        press(PadAction::open(target));
-        EXPECT_TRUE(logged("INFO Key 1 (Run): action completed"));
-        EXPECT_TRUE(waitUntil([&] { return !opened().empty(); }));
-        EXPECT_EQ(opened(), target.starts_with('~') ? path("") + target.substr(1) : target);
-    }
-
-    QProcess files;
-    files.start(RUVOLA_TEST_WINDOW, {"--class", "RvFiles", "--instance", "rvfiles"});
-    ASSERT_TRUE(frontmostIs("RvFiles"));
-
-    press(PadAction::open("~"));
-    EXPECT_TRUE(waitUntil([&] {
-        const auto front = platform_.applications().frontmost();
-        return !front || front->name != "RvFiles";
-    }));
-    unsetenv("BROWSER");
-    files.kill();
-    files.waitForFinished();
-}
-
 TEST_F(DesktopTest, KeystrokesAndTextArriveAtTheFocusedWindow) {
     const auto started = std::chrono::steady_clock::now();
     press(PadAction::keystroke("cmd shift 4"));
@@ -377,112 +270,6 @@ TEST_F(DesktopTest, KeystrokesAndTextArriveAtTheFocusedWindow) {
     EXPECT_EQ(keys(8), (std::vector<std::string>{"h 0", "eacute 0", "l 0", "l 0", "o 0", "space 0",
                                                  "U0001F3B5 0", "Tab 0"}));
     EXPECT_TRUE(waitUntil([&] { return logger_.count() == 2; })); // both actions finished
-}
-
-// A private PulseAudio daemon whose default sink the runner steps, checked with pactl.
-class VolumeTest : public ActionRunnerTest {
-protected:
-    void SetUp() override {
-        ActionRunnerTest::SetUp();
-        if (const std::string missing = testing::PulseServer::missing(); !missing.empty()) {
-            GTEST_SKIP() << missing;
-        }
-        ASSERT_TRUE(pulse_.start(home_.path()));
-        setLevel("50%");
-    }
-
-    static void setLevel(const QString& level) {
-        testing::PulseServer::pactl({"set-sink-volume", "test", level});
-    }
-    static QString level() {
-        return testing::PulseServer::pactl({"get-sink-volume", "test"})
-            .section('/', 1, 1)
-            .trimmed();
-    }
-    static bool muted() {
-        return testing::PulseServer::pactl({"get-sink-mute", "test"}).contains("yes");
-    }
-
-    testing::PulseServer pulse_;
-};
-
-TEST_F(VolumeTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
-    if (const std::string missing = testing::XServer::missing(false); !missing.empty()) {
-        GTEST_SKIP() << missing;
-    }
-    testing::XServer display;
-    ASSERT_TRUE(display.start(false));
-    platform_.systemKeysOverride = nullptr; // the real keys, which nothing on this display hears
-
-    press(PadAction::system(SystemKey::mute), "Mute");
-    EXPECT_TRUE(logged("WARNING The desktop ignored the system mute key; muting directly instead"));
-    EXPECT_TRUE(waitUntil(muted));
-
-    press(PadAction::system(SystemKey::volumeup), "Up");
-    EXPECT_TRUE(logged("WARNING The desktop ignored the system volume keys; setting the level "
-                       "directly instead"));
-    EXPECT_EQ(logger_.lines(), (std::vector<std::string>{
-                                   "WARNING The desktop ignored the system mute key; muting "
-                                   "directly instead",
-                                   "WARNING The desktop ignored the volume key via the hid tap; "
-                                   "trying session",
-                                   "WARNING The desktop ignored the system volume keys; setting "
-                                   "the level directly instead",
-                               }));
-    EXPECT_EQ(runner().volumeKeysWork(), false);
-    EXPECT_EQ(level(), "56%"); // 0.5625, and raising it unmuted
-    EXPECT_FALSE(muted());
-
-    // Known not to work: each later press steps at once, by a quarter with fine steps.
-    runner().setFineVolumeSteps(true);
-    press(PadAction::system(SystemKey::volumedown), "Down");
-    EXPECT_EQ(level(), "55%"); // 0.546875
-    press(PadAction::system(SystemKey::mute), "Mute");
-    EXPECT_TRUE(muted());
-    EXPECT_EQ(logger_.count(), 3U);
-}
-
-TEST_F(VolumeTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
-    platform::SystemVolume& volume = platform_.systemVolume();
-    keys_.effect = [&](const Press& press) {
-        if (press.tap == Tap::session) {
-            volume.setVolume(*volume.volume() + (press.key == Key::volumeUp ? 0.25 : -0.25));
-        }
-    };
-    setLevel("100%");
-    press(PadAction::system(SystemKey::volumeup)); // at the top: nothing to learn from
-    setLevel("50%");
-    press(PadAction::system(SystemKey::volumedown));
-    EXPECT_TRUE(logged("INFO System volume keys work via the session tap: the system's own "
-                       "overlay shows"));
-    press(PadAction::system(SystemKey::volumeup));
-    EXPECT_EQ(logger_.lines(),
-              (std::vector<std::string>{
-                  "WARNING The desktop ignored the volume key via the hid tap; trying session",
-                  "INFO System volume keys work via the session tap: the system's own overlay "
-                  "shows"}));
-    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::volumeUp, false, Tap::hid},
-                                                 {Key::volumeDown, false, Tap::hid},
-                                                 {Key::volumeDown, false, Tap::session},
-                                                 {Key::volumeUp, false, Tap::session}}));
-    EXPECT_EQ(level(), "50%");
-}
-
-TEST_F(VolumeTest, WithoutAccessVolumeAndMuteGoStraightToTheSoundServer) {
-    access_.trusted = false;
-    setLevel("3%");
-    press(PadAction::system(SystemKey::volumedown));
-    EXPECT_EQ(level(), "0%");
-    press(PadAction::system(SystemKey::mute));
-    EXPECT_TRUE(muted());
-    press(PadAction::system(SystemKey::volumeup));
-    EXPECT_EQ(level(), "6%");
-    EXPECT_FALSE(muted());
-    pulse_.stop(); // a server that has gone: nothing happens, nothing blocks for long
-    press(PadAction::system(SystemKey::volumeup));
-    press(PadAction::system(SystemKey::mute));
-    EXPECT_TRUE(keys_.presses.empty());
-    EXPECT_EQ(logger_.count(), 0U);
 }
 
 } // namespace

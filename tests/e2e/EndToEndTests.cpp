@@ -127,7 +127,7 @@ TEST_F(EndToEnd, StarterKeysShowAndThePanelOpensUnderTheTrayIcon) {
     QImage keys(3 * 72, 2 * 72, QImage::Format_RGB32);
     keys.fill(Qt::black);
     QPainter painter(&keys);
-    const std::array<QImage, 6> upright = application_.keyImages();
+    const std::array<QImage, 6> upright = application_.keyScreens().images();
     for (int key = 1; key <= 6; ++key) {
         ASSERT_TRUE(pad_.key(key).has_value()) << key;
         const QImage& shown = upright[static_cast<std::size_t>(key - 1)];
@@ -224,7 +224,7 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
     // A file broken while running: its problems show in the panel, its keys keep their looks.
     save(R"({"bindings": [{"control": "key 9"}, {"control": "key 1", "shell": 3}]})");
     EXPECT_TRUE(waitUntil([&] {
-        for (const PanelEntry& entry : application_.panelContent()) {
+        for (const PanelEntry& entry : host_->panelContent()) {
             const auto* row = entry.as<PanelRow>();
             if (row != nullptr && row->id == "controls" && row->trailing == "2 to Fix") {
                 return true;

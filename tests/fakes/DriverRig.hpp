@@ -1,14 +1,18 @@
 #pragma once
 
 #include "Ruvola/RuvolaApplication.hpp"
+#include "Ruvola/bindings/BindingsStore.hpp"
 #include "fakes/TestPlatform.hpp"
 #include "fakes/VirtualPad.hpp"
+#include "support/EventLoop.hpp"
 #include "support/RecordingLogger.hpp"
 
 #include <QSettings>
 #include <QTemporaryDir>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 namespace ruvola::testing {
 
@@ -21,6 +25,24 @@ struct DriverRig {
         platform.applicationsOverride = &applications;
         platform.inputAccessOverride = &access;
         platform.systemKeysOverride = &keys;
+    }
+    ~DriverRig() { application.stop(); }
+
+    DriverRig(const DriverRig&) = delete;
+    DriverRig& operator=(const DriverRig&) = delete;
+
+    // Replaced in one step, as an editor saves, so the store never reads half a file.
+    void save(const std::string& text) const {
+        const std::filesystem::path file = BindingsStore::url(home.path().toStdString());
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file.string() + ".new") << text;
+        std::filesystem::rename(file.string() + ".new", file);
+    }
+
+    // Starts the driver and waits until the pad shows its first key.
+    bool start() {
+        application.start(logger);
+        return waitUntil([&] { return pad.key(1).has_value(); });
     }
 
     QTemporaryDir home;

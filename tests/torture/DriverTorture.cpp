@@ -1,21 +1,13 @@
-#include "Ruvola/RuvolaApplication.hpp"
 #include "fakes/DriverRig.hpp"
-#include "fakes/TestPlatform.hpp"
-#include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
-#include "support/RecordingLogger.hpp"
 
-#include <QSettings>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 namespace ruvola {
 namespace {
@@ -34,8 +26,7 @@ class DriverTorture : public ::testing::Test, protected testing::DriverRig {
 protected:
     void SetUp() override {
         fs::create_directories(pids_);
-        fs::create_directories(homePath() / ".config/ruvola");
-        std::ofstream(homePath() / ".config/ruvola/bindings.json") << bindings;
+        save(bindings);
         keys.effect = [this](const auto&) { pressed_ = Clock::now(); };
     }
 
@@ -46,10 +37,8 @@ protected:
             kill(std::stoi(entry.path().filename().string()), SIGKILL);
         }
         EXPECT_TRUE(testing::waitUntil([&] { return finished() == started(); }, 10s));
-        application.stop();
     }
 
-    fs::path homePath() const { return home.path().toStdString(); }
     long started() const { return std::distance(fs::directory_iterator(pids_), {}); }
     long finished() const {
         const auto lines = logger.lines();
@@ -66,13 +55,12 @@ protected:
         return std::chrono::duration_cast<std::chrono::microseconds>(pressed_ - reported);
     }
 
-    fs::path pids_ = homePath() / "pids";
+    fs::path pids_ = fs::path(home.path().toStdString()) / "pids";
     Clock::time_point pressed_;
 };
 
 TEST_F(DriverTorture, AHundredSleepingShellsLeaveTheNextInputHandledAtOnce) {
-    application.start({AppIdentity{}, &logger});
-    ASSERT_TRUE(testing::waitUntil([&] { return pad.key(1) && pad.key(3); }));
+    ASSERT_TRUE(start());
     const auto idle = nextInput();
 
     for (int n = 0; n < 100; ++n) {
