@@ -42,8 +42,8 @@ protected:
         runner().run(action, {PadControl::key(1), name, {}, action}, request);
     }
 
-    bool logged(const std::string& line, std::chrono::milliseconds bound = 10s) {
-        return waitUntil([&] { return logger_.contains(line); }, bound);
+    bool logged(const std::string& line) {
+        return waitUntil([&] { return logger_.contains(line); }, 10s);
     }
 
     std::string path(const char* name) const { return home_.filePath(name).toStdString(); }
@@ -64,20 +64,15 @@ TEST_F(ActionRunnerTest, LocalWorkRunsOnThreadsOfItsOwnAndLogsEachOutcome) {
     const std::filesystem::path shortcuts = path(".local/share/ruvola/shortcuts");
     std::filesystem::create_directories(shortcuts);
     std::ofstream(shortcuts / "Hello") << "#!/bin/sh\ntouch \"$HOME/hello\"\n";
-    std::ofstream(shortcuts / "Fails") << "#!/bin/sh\nexit 2\n";
-    for (const char* name : {"Hello", "Fails"}) {
-        std::filesystem::permissions(shortcuts / name, std::filesystem::perms::owner_all);
-    }
+    std::filesystem::permissions(shortcuts / "Hello", std::filesystem::perms::owner_all);
 
     const std::vector<std::pair<PadAction, std::string>> cases{
-        {PadAction::shell("touch \"$HOME/touched\""), "INFO Key 1 (Run): action completed"},
+        {PadAction::shell("true"), "INFO Key 1 (Run): action completed"},
         {PadAction::shell("exit 3"), "INFO Key 1 (Run): action failed — exited with status 3"},
         {PadAction::shell("kill -9 $$"), "INFO Key 1 (Run): action failed — terminated by SIGKILL"},
         {PadAction::shell("kill -30 $$"),
          "INFO Key 1 (Run): action failed — terminated by signal 30"},
         {PadAction::shortcut("Hello"), "INFO Key 1 (Run): shortcut \"Hello\" ran"},
-        {PadAction::shortcut("Fails"),
-         "INFO Key 1 (Run): shortcut \"Fails\" failed — exited with status 2"},
         {PadAction::shortcut("Missing"), "INFO Key 1 (Run): shortcut \"Missing\" failed — could "
                                          "not launch: No such file or directory"},
         {PadAction::shortcut("../Hello"), "INFO Key 1 (Run): shortcut \"../Hello\" failed — could "
@@ -87,7 +82,6 @@ TEST_F(ActionRunnerTest, LocalWorkRunsOnThreadsOfItsOwnAndLogsEachOutcome) {
         press(action);
         EXPECT_TRUE(logged(line)) << line;
     }
-    EXPECT_TRUE(std::filesystem::exists(path("touched")));
     EXPECT_TRUE(std::filesystem::exists(path("hello")));
     EXPECT_EQ(logger_.count(), cases.size());
 
@@ -131,7 +125,7 @@ TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Off): no Roku address in the settings"));
 }
 
-TEST_F(ActionRunnerTest, TextIsCutIntoChunksWithoutSplittingACharacter) {
+TEST(HouseActions, TextIsCutIntoChunksWithoutSplittingACharacter) {
     // One character of 19 units: four people with skin tones, joined.
     const std::string family = "\U0001F468\U0001F3FB\u200D\U0001F469\U0001F3FB\u200D"
                                "\U0001F467\U0001F3FB\u200D\U0001F466\U0001F3FB";
@@ -140,8 +134,7 @@ TEST_F(ActionRunnerTest, TextIsCutIntoChunksWithoutSplittingACharacter) {
         {std::string(40, 'a'), {16, 16, 8}},
         {std::string(15, 'a') + "🎵", {15, 2}},
         {"ab" + family + "c", {2, 19, 1}},
-        {"é\u0301🎵", {4}},
-    };
+        {"é\u0301🎵", {4}}};
     for (const auto& [text, sizes] : cases) {
         std::vector<std::size_t> got;
         std::u16string joined;
@@ -154,24 +147,16 @@ TEST_F(ActionRunnerTest, TextIsCutIntoChunksWithoutSplittingACharacter) {
     }
 }
 
-TEST_F(ActionRunnerTest, TargetsNameApplicationsByNameIdOrDesktopEntry) {
+TEST(HouseActions, TargetsNameApplicationsByNameIdOrDesktopEntry) {
     const std::string entry = "/usr/share/applications/org.gnome.gedit.desktop";
-    const std::vector<std::tuple<std::string, bool>> cases{
-        {"gedit", true},
-        {"  GEDIT\n", true},
-        {"Gédit", true},
-        {"org.gnome.gedit", true},
-        {"org.gnome.gedit.desktop", true},
-        {"gedit.desktop.desktop", false},
-        {"ged", false},
-        {"https://gedit", false},
-        {entry, true},
-        {"/usr/share/applications/../applications/org.gnome.gedit.desktop", true},
-        {"/usr/bin/gedit", false},
-        {"~/org.gnome.gedit.desktop", false},
-    };
-    for (const auto& [target, matches] : cases) {
-        EXPECT_EQ(HouseActions::openTarget(target, "Gedit", entry), matches) << target;
+    for (const std::string target :
+         {"gedit", "  GEDIT\n", "Gédit", "org.gnome.gedit", "org.gnome.gedit.desktop", entry,
+          "/usr/share/applications/../applications/org.gnome.gedit.desktop"}) {
+        EXPECT_TRUE(HouseActions::openTarget(target, "Gedit", entry)) << target;
+    }
+    for (const std::string target : {"gedit.desktop.desktop", "ged", "https://gedit",
+                                     "/usr/bin/gedit", "~/org.gnome.gedit.desktop"}) {
+        EXPECT_FALSE(HouseActions::openTarget(target, "Gedit", entry)) << target;
     }
     EXPECT_FALSE(HouseActions::openTarget("/x/a.desktop", "a", ""));
 }
@@ -217,15 +202,6 @@ protected:
         });
     }
 
-    bool visible() {
-        for (const auto& application : platform_.applications().running()) {
-            if (application.name == "Notes") {
-                return platform_.applications().hasVisibleWindow(application);
-            }
-        }
-        return false;
-    }
-
     // The keys other than modifiers the window reported, as "KEYSYM STATE".
     std::vector<std::string> keys(std::size_t count) {
         std::vector<std::string> got;
@@ -245,27 +221,9 @@ protected:
     QProcess window_;
 };
 
-TEST_F(DesktopTest, OpenPutsTheFrontmostApplicationAwayAndBringsItBack) {
-    press(PadAction::open(" NOTES "));
-    EXPECT_TRUE(waitUntil([&] { return !visible(); }));
-    press(PadAction::open("notes.desktop"));
-    EXPECT_TRUE(waitUntil([&] { return visible(); }));
-    EXPECT_TRUE(frontmostIs("Notes"));
-    press(PadAction::open("No Such App"));
-    EXPECT_TRUE(logged("INFO Key 1 (Run): action failed — could not launch: no application "
-                       "called \"No Such App\""));
-    EXPECT_TRUE(waitUntil([&] { return logger_.count() == 3; }));
-}
-
 TEST_F(DesktopTest, KeystrokesAndTextArriveAtTheFocusedWindow) {
-    const auto started = std::chrono::steady_clock::now();
     press(PadAction::keystroke("cmd shift 4"));
     EXPECT_EQ(keys(1), std::vector<std::string>{"dollar 65"}); // Shift and Super (Mod4)
-    ::testing::Test::RecordProperty(
-        "runToKeyMicroseconds",
-        static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(
-                             std::chrono::steady_clock::now() - started)
-                             .count()));
     press(PadAction::text("héllo 🎵\t"));
     EXPECT_EQ(keys(8), (std::vector<std::string>{"h 0", "eacute 0", "l 0", "l 0", "o 0", "space 0",
                                                  "U0001F3B5 0", "Tab 0"}));
