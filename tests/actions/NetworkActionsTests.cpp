@@ -1,16 +1,12 @@
 #include "Ruvola/actions/NetworkActions.hpp"
-#include "Ruvola/host/Logging.hpp"
 #include "RuvolaCore/PadAction.hpp"
 #include "support/EventLoop.hpp"
 #include "support/HttpRecorder.hpp"
 #include "support/RecordingLogger.hpp"
 
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <gtest/gtest.h>
 
 #include <map>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -42,7 +38,7 @@ TEST(NetworkActions, SendsExactlyTheGivenRequestAndLogsEveryStatusAtInfo) {
         EXPECT_EQ(logger.lines().back(),
                   "INFO Name: " + request.method + " 127.0.0.1 \u2192 " + std::to_string(status));
         ASSERT_EQ(server.received.size(), 1U);
-        auto got = server.received.front();
+        testing::Received got = server.received.front();
         EXPECT_EQ(got.method + " " + got.path + " " + got.body,
                   request.method + " " + path + " " + request.body.value_or(""));
         EXPECT_EQ(got.headers.count("content-length"), request.body ? 1U : 0U);

@@ -1,5 +1,6 @@
 #include "Ruvola/pad/KeyArt.hpp"
 #include "RuvolaCore/BindingsFile.hpp"
+#include "RuvolaCore/StarterBindings.hpp"
 
 #include <QImage>
 #include <QTransform>
@@ -11,7 +12,6 @@
 #include <optional>
 #include <string>
 #include <tuple>
-#include <vector>
 
 namespace ruvola {
 namespace {
@@ -41,11 +41,6 @@ int difference(QRgb a, QRgb b) {
                      std::abs(qBlue(a) - qBlue(b))});
 }
 
-// Emoji colours; text in white or grey ink is never this far from grey.
-bool saturated(QRgb p) {
-    return std::max({qRed(p), qGreen(p), qBlue(p)}) - std::min({qRed(p), qGreen(p), qBlue(p)}) > 24;
-}
-
 TEST(KeyArt, OnlySpacesAndTabsCountAsBlank) {
     EXPECT_FALSE(KeyArt::jpeg(key(std::nullopt, ""), 0));
     EXPECT_FALSE(KeyArt::jpeg(key(" ", " \t "), 90));
@@ -64,62 +59,25 @@ TEST(KeyArt, InkContrastsWithTheBackground) {
                  {"#FFFFFF", white, dark},
                  {"#777777", qRgb(0x77, 0x77, 0x77), white},
                  {"#bbbbbb", qRgb(0xbb, 0xbb, 0xbb), dark},
-                 {"#ff0000", qRgb(255, 0, 0), white},
-                 {"#00FF00", qRgb(0, 255, 0), dark},
-                 {"#12345", standard, white},
-                 {"red", standard, white},
-                 {"#12345g", standard, white},
-                 {"#0x1234", standard, white}};
+                 {"#12345g", standard, white}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.color.value_or("no colour"));
         const QImage image = upright("", "H", c.color);
-        EXPECT_EQ(image.pixel(0, 0), c.background);
-        EXPECT_FALSE(extent(image, [&](QRgb p) { return difference(p, c.ink) <= 8; }).isEmpty());
+        EXPECT_EQ(image.pixel(0, 0), c.background) << c.color.value_or("none");
+        EXPECT_FALSE(extent(image, [&](QRgb p) { return difference(p, c.ink) <= 8; }).isEmpty())
+            << c.color.value_or("none");
     }
 }
 
-TEST(KeyArt, EmojiInColourCentredAboveTheName) {
-    const auto centre = [](const QRect& r) { return (r.top() + r.bottom() + 1) / 2.0; };
-    for (const std::string icon : {"\U0001F3B5", "\u23EF\uFE0F"}) {
-        SCOPED_TRACE(icon);
-        const QRect withName = extent(upright(icon, "Play"), saturated);
-        const QRect alone = extent(upright(icon, ""), saturated);
-        EXPECT_GE(alone.height(), 20);
-        EXPECT_EQ(alone.size(), withName.size());
-        EXPECT_NEAR(centre(withName), 26, 1);
-        EXPECT_NEAR(centre(alone) - centre(withName), 7, 0.5);
-    }
-}
-
-TEST(KeyArt, WideTextShrinksToFitCentred) {
+TEST(KeyArt, TextTooWideForOneLineWrapsOrShrinksToFitCentred) {
     // The rows to look at: the icon's, the name's under an icon, or the whole key.
-    for (const auto& [icon, name, top] :
-         {std::tuple{"WWWWW", "", 0}, {"\U0001F3B5", "Screenshots", 44}, {"", "Lights Off", 0}}) {
-        SCOPED_TRACE(std::string(icon) + "|" + name);
+    for (const auto& [icon, name, top] : {std::tuple{"WWWWW", "", 0},
+                                          {"\U0001F3B5", "Screenshots", 44},
+                                          {"", "Lights Off", 0},
+                                          {"", "Brightness Up", 0}}) {
         const QImage rows = upright(icon, name).copy(0, top, 64, 64 - top);
         const QRect ink = extent(rows, [](QRgb p) { return qGray(p) > 128; });
-        EXPECT_LE(ink.width(), 58);
-        EXPECT_NEAR(ink.left(), 63 - ink.right(), 2);
-    }
-}
-
-TEST(KeyArt, WrapTakesTheLargestSizeThatFits) {
-    const QString many = "one two three four five six seven eight nine ten eleven twelve";
-    const QString word = "Pneumonoultramicroscopicsilicovolcanoconiosis";
-    const struct {
-        QString name;
-        std::vector<QString> lines;
-        int size;
-    } cases[] = {{"Aa Bb Cc Dd", {"Aa Bb", "Cc Dd"}, 16},
-                 {"Aa\nBb", {"Aa Bb"}, 16},
-                 {"Brightness Up", {"Brightness", "Up"}, 11},
-                 {many, {many}, 8},
-                 {word, {word}, 8},
-                 {"\n", {}, 16}};
-    for (const auto& c : cases) {
-        const KeyArt::Wrapped wrapped = KeyArt::wrap(c.name);
-        EXPECT_EQ(wrapped.lines, c.lines) << c.name.toStdString();
-        EXPECT_EQ(wrapped.size, c.size) << c.name.toStdString();
+        EXPECT_TRUE(!ink.isEmpty() && ink.width() <= 58) << name;
+        EXPECT_NEAR(ink.left(), 63 - ink.right(), 2) << name;
     }
 }
 
@@ -136,10 +94,16 @@ TEST(KeyArt, JpegIsTheUprightPictureTurnedClockwise) {
         }
         return static_cast<double>(total) / (64 * 64);
     };
+    // Every starter key can be drawn, small enough for the pad.
+    for (const PadBinding& binding : starterBindings::file().bindings) {
+        if (binding.control.kind() == PadControl::Kind::key) {
+            const auto bytes = KeyArt::jpeg(binding, 90);
+            EXPECT_TRUE(bytes && bytes->size() < 3072u) << binding.name;
+        }
+    }
     for (const int rotation : {0, 90}) {
         const auto bytes = KeyArt::jpeg(key("\U0001F3B5", "Play"), rotation);
         ASSERT_TRUE(bytes);
-        EXPECT_LT(bytes->size(), 3072u);
         const QImage decoded = QImage::fromData(bytes->data(), static_cast<int>(bytes->size()));
         ASSERT_EQ(decoded.size(), QSize(64, 64));
         EXPECT_LT(distance(decoded, rotation), 4) << rotation;

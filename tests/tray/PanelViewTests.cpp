@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QScreen>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -231,32 +230,6 @@ TEST(StatusPanelController, PlacesThePanelUnderItsIconWithinTheScreen) {
         EXPECT_EQ(StatusPanelController::placement(c.anchor, {302, c.height}, screen), c.frame)
             << c.where;
     }
-}
-
-TEST(StatusPanelController, ShowsFreshContentUnderTheAnchorAndHidesOnEscape) {
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    if (!screen || screen->availableGeometry().height() < 300) {
-        GTEST_SKIP() << "no screen to show the panel on";
-    }
-    int asked = 0, hidden = 0;
-    PanelContentView view([&] { return ++asked, std::vector<PanelEntry>{row("pad", {})}; }, {});
-    StatusPanelController controller;
-    controller.onHidden = [&] { ++hidden; };
-    const QRect anchor(screen->availableGeometry().center().x(), screen->availableGeometry().top(),
-                       20, 20);
-    controller.show(&view, anchor);
-    ASSERT_TRUE(controller.isVisible());
-    EXPECT_EQ(controller.window()->geometry().top(), anchor.bottom() + 5);
-    EXPECT_EQ(controller.window()->height(), view.sizeHint().height() + 2);
-
-    QTest::keyClick(&view, Qt::Key_Escape);
-    EXPECT_FALSE(controller.isVisible());
-    controller.toggle(&view, anchor);
-    EXPECT_FALSE(controller.isVisible()) << "the click that closed it does not reopen it";
-    controller.toggle(&view, anchor);
-    EXPECT_TRUE(controller.isVisible());
-    EXPECT_EQ(asked, 2);
-    EXPECT_EQ(hidden, 1);
 }
 
 // The key strip under the pad row, also saved for a person to look at.
