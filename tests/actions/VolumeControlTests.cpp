@@ -28,10 +28,6 @@ protected:
         setLevel("50%");
     }
 
-    VolumeControl& control(platform::SystemKeys& keys) {
-        control_.emplace(logger_, access_, keys, platform_.systemVolume());
-        return *control_;
-    }
     bool logged(const std::string& line) {
         return waitUntil([&] { return logger_.contains(line); });
     }
@@ -54,7 +50,6 @@ protected:
     testing::FakeInputAccess access_;
     testing::RecordingSystemKeys keys_;
     testing::TestPlatform platform_;
-    std::optional<VolumeControl> control_;
 };
 
 TEST_F(VolumeControlTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
@@ -64,7 +59,7 @@ TEST_F(VolumeControlTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
     testing::XServer display;
     ASSERT_TRUE(display.start(false));
     // The real keys, which nothing on this display hears.
-    VolumeControl& volume = control(platform_.systemKeys());
+    VolumeControl volume(logger_, access_, platform_.systemKeys(), platform_.systemVolume());
 
     volume.toggleMute();
     EXPECT_TRUE(logged("WARNING The desktop ignored the system mute key; muting directly instead"));
@@ -97,7 +92,7 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
             sink.setVolume(*sink.volume() + (press.key == Key::volumeUp ? 0.25 : -0.25));
         }
     };
-    VolumeControl& volume = control(keys_);
+    VolumeControl volume(logger_, access_, keys_, sink);
     setLevel("100%");
     volume.changeVolume(true); // at the top: nothing to learn from
     setLevel("50%");
@@ -119,7 +114,7 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
 
 TEST_F(VolumeControlTest, WithoutAccessVolumeAndMuteGoStraightToTheSoundServer) {
     access_.trusted = false;
-    VolumeControl& volume = control(keys_);
+    VolumeControl volume(logger_, access_, keys_, platform_.systemVolume());
     setLevel("3%");
     volume.changeVolume(false);
     EXPECT_EQ(level(), "0%");
