@@ -1,22 +1,12 @@
 // The driver with a virtual pad on its HID seam and the starter layout on disk: how long a press
 // takes to reach its action, and what keeping the keys' pictures current costs.
-#include "Ruvola/RuvolaApplication.hpp"
 #include "Ruvola/bindings/BindingsStore.hpp"
-#include "Ruvola/host/Logging.hpp"
 #include "RuvolaCore/StarterBindings.hpp"
-#include "fakes/TestPlatform.hpp"
-#include "fakes/VirtualPad.hpp"
-#include "support/EventLoop.hpp"
+#include "fakes/DriverRig.hpp"
 
-#include <QSettings>
-#include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <optional>
 #include <string>
 
 namespace ruvola {
@@ -31,64 +21,20 @@ std::string starterWithRotation(int rotation) {
 
 // The starter file in a home of its own, the pad attached and showing its six keys. Key 1 is
 // "playpause", so a press ends at the recording system keys and nothing leaves the process.
-class Driver {
+class Driver : public testing::DriverRig {
 public:
-    Driver() {
-        if (const char* home = std::getenv("HOME")) {
-            formerHome_ = home;
-        }
-        setenv("HOME", home_.path().toLocal8Bit().constData(), 1);
+    Driver() : formerHome_(std::getenv("HOME") ? std::getenv("HOME") : "") {
         save(starterWithRotation(90));
-        applications_.front.emplace().name = "Terminal";
-        platform_.emplace();
-        platform_->hidManagers = [this] { return pad.manager(); };
-        platform_->applicationsOverride = &applications_;
-        platform_->inputAccessOverride = &access_;
-        platform_->systemKeysOverride = &keys;
-        application.emplace(*platform_, settings_);
-        application->start(logger_);
-        ready_ = testing::waitUntil([&] {
-            return std::count_if(
-                       pad.received.begin(), pad.received.end(),
-                       [](const std::string& report) { return report.starts_with("BAT"); }) == 6 &&
-                   pad.received.back() == "STP";
-        });
+        applications.front.emplace().name = "Terminal";
+        ready_ = start();
         pad.received.clear();
     }
-
-    ~Driver() {
-        application->stop();
-        application.reset();
-        platform_.reset();
-        if (formerHome_) {
-            setenv("HOME", formerHome_->c_str(), 1);
-        }
-    }
-
-    Driver(const Driver&) = delete;
-    Driver& operator=(const Driver&) = delete;
+    ~Driver() { setenv("HOME", formerHome_.c_str(), 1); }
 
     bool ready() const { return ready_ && pad.violations.empty(); }
 
-    void save(const std::string& text) {
-        const std::filesystem::path file =
-            BindingsStore::url(std::filesystem::path(home_.path().toStdString()));
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file) << text;
-    }
-
-    testing::VirtualPad pad;
-    testing::RecordingSystemKeys keys;
-    std::optional<RuvolaApplication> application;
-
 private:
-    std::optional<std::string> formerHome_;
-    QTemporaryDir home_;
-    QSettings settings_{home_.filePath("settings.ini"), QSettings::IniFormat};
-    testing::FakeApplications applications_;
-    testing::FakeInputAccess access_;
-    NullLogger logger_;
-    std::optional<testing::TestPlatform> platform_;
+    std::string formerHome_;
     bool ready_ = false;
 };
 
@@ -117,7 +63,7 @@ void updateScreensUnchanged(benchmark::State& state) {
         return;
     }
     for (auto _ : state) {
-        driver.application->frontmostChanged();
+        driver.application.frontmostChanged();
     }
     state.counters["reports"] = static_cast<double>(driver.pad.received.size());
 }
@@ -137,10 +83,10 @@ void updateScreensAfterRotation(benchmark::State& state) {
     for (auto _ : state) {
         state.PauseTiming();
         driver.save(turn ? turned : upright);
-        driver.application->store()->load();
+        driver.application.store()->load();
         turn = !turn;
         state.ResumeTiming();
-        driver.application->frontmostChanged();
+        driver.application.frontmostChanged();
     }
     state.counters["reports"] = benchmark::Counter(static_cast<double>(driver.pad.received.size()),
                                                    benchmark::Counter::kAvgIterations);
