@@ -45,8 +45,6 @@ protected:
         return waitUntil([&] { return logger_.contains(line); }, 10s);
     }
 
-    std::string path(const char* name) const { return home_.filePath(name).toStdString(); }
-
     QTemporaryDir home_;
     RecordingLogger logger_;
     testing::FakeInputAccess access_;
@@ -56,7 +54,8 @@ protected:
 };
 
 TEST_F(ActionRunnerTest, LocalWorkLogsEachOutcome) {
-    const std::filesystem::path shortcuts = path(".local/share/ruvola/shortcuts");
+    const std::filesystem::path home = home_.path().toStdString(),
+                                shortcuts = home / ".local/share/ruvola/shortcuts";
     std::filesystem::create_directories(shortcuts);
     std::ofstream(shortcuts / "Hello") << "#!/bin/sh\ntouch \"$HOME/hello\"\n";
     std::filesystem::permissions(shortcuts / "Hello", std::filesystem::perms::owner_all);
@@ -74,7 +73,7 @@ TEST_F(ActionRunnerTest, LocalWorkLogsEachOutcome) {
         press(action);
         EXPECT_TRUE(logged(line)) << line;
     }
-    EXPECT_TRUE(std::filesystem::exists(path("hello")));
+    EXPECT_TRUE(std::filesystem::exists(home / "hello"));
     EXPECT_EQ(logger_.count(), cases.size());
 }
 
@@ -166,7 +165,11 @@ protected:
                 return (said += window_.readAll()).contains("ready");
             },
             10s));
-        ASSERT_TRUE(frontmostIs("Notes"));
+        ASSERT_TRUE(waitUntil([&] {
+            poke();
+            const auto front = platform_.applications().frontmost();
+            return front && front->name == "Notes";
+        }));
     }
 
     void TearDown() override {
@@ -178,14 +181,6 @@ protected:
     static void poke() {
         QProcess::execute("xprop",
                           {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
-    }
-
-    bool frontmostIs(const std::string& name) {
-        return waitUntil([&] {
-            poke();
-            const auto front = platform_.applications().frontmost();
-            return front && front->name == name;
-        });
     }
 
     // The keys other than modifiers the window reported, as "KEYSYM STATE".

@@ -61,7 +61,6 @@ protected:
 
 TEST_F(DriverTorture, AHundredSleepingShellsLeaveTheNextInputHandledAtOnce) {
     ASSERT_TRUE(start());
-    const auto idle = nextInput();
 
     for (int n = 0; n < 100; ++n) {
         pad.report(0x03, 1);
@@ -71,10 +70,10 @@ TEST_F(DriverTorture, AHundredSleepingShellsLeaveTheNextInputHandledAtOnce) {
     ASSERT_TRUE(testing::waitUntil([&] { return started() == 100; }, 20s)) << started();
     const auto whileSleeping = nextInput();
 
-    std::printf("next input: %lld us idle, %lld us as 100 shells start, %lld us as they sleep\n",
-                static_cast<long long>(idle.count()), static_cast<long long>(whileStarting.count()),
+    std::printf("next input: %lld us as 100 shells start, %lld us as they sleep\n",
+                static_cast<long long>(whileStarting.count()),
                 static_cast<long long>(whileSleeping.count()));
-    EXPECT_EQ(keys.presses.size(), 3u);
+    EXPECT_EQ(keys.presses.size(), 2u);
     EXPECT_EQ(finished(), 0); // all still asleep
     // A millisecond is the aim; sanitizers and a busy machine get more room.
     EXPECT_LT(whileStarting, 50ms);
