@@ -169,32 +169,27 @@ std::vector<PanelEntry> MenubarHost::panelContent() {
         .bindingsPath = BindingsStore::url(platform_.installation().homeDirectory()).string(),
     };
     QPointer<MenubarHost> self(this);
-    return PanelContent::entries(state, {
-                                            .grantAccess =
-                                                [self] {
-                                                    if (!self || !self->started_) {
-                                                        return;
-                                                    }
-                                                    self->settings_.setValue(askedForAccessKey,
-                                                                             true);
-                                                    self->showAccessHelp();
-                                                    self->panel_.hide();
-                                                },
-                                            .toggleFineVolumeSteps =
-                                                [self] {
-                                                    if (self) {
-                                                        self->application_.setFineVolumeSteps(
-                                                            !self->application_.fineVolumeSteps());
-                                                    }
-                                                },
-                                            .editBindings =
-                                                [self] {
-                                                    if (self) {
-                                                        self->panel_.hide();
-                                                        self->application_.editBindings();
-                                                    }
-                                                },
-                                        });
+    PanelActions actions;
+    actions.grantAccess = [self] {
+        if (!self || !self->started_) {
+            return;
+        }
+        self->settings_.setValue(askedForAccessKey, true);
+        self->showAccessHelp();
+        self->panel_.hide();
+    };
+    actions.toggleFineVolumeSteps = [self] {
+        if (self) {
+            self->application_.setFineVolumeSteps(!self->application_.fineVolumeSteps());
+        }
+    };
+    actions.editBindings = [self] {
+        if (self) {
+            self->panel_.hide();
+            self->application_.editBindings();
+        }
+    };
+    return PanelContent::entries(state, actions);
 }
 
 void MenubarHost::togglePanel() {
