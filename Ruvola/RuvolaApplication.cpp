@@ -4,20 +4,20 @@
 #include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
 #include "Ruvola/pad/KeyArt.hpp"
-#include "Ruvola/platform/Applications.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
 #include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Launcher.hpp"
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/platform/Windows.hpp"
 #include "Ruvola/tray/StatusIconArt.hpp"
 #include "RuvolaCore/Overloaded.hpp"
 #include "RuvolaCore/PadProtocol.hpp"
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QProcess>
 #include <QSettings>
 #include <QTimer>
 #include <QTransform>
@@ -132,7 +132,7 @@ const BindingsFile& RuvolaApplication::currentBindings() const {
 
 std::vector<std::string> RuvolaApplication::frontmostIdentifiers() const {
     std::vector<std::string> identifiers;
-    if (const auto frontmost = platform_.applications().frontmost()) {
+    if (const auto frontmost = platform_.windows().frontmost()) {
         for (const std::string* text : {&frontmost->name, &frontmost->identifier}) {
             if (!text->empty()) {
                 identifiers.push_back(*text);
@@ -257,9 +257,7 @@ void RuvolaApplication::noteAccessChange() {
 
 void RuvolaApplication::relaunchToApplyAccess() {
     info("Relaunching so the desktop applies the new input access");
-    // The new copy starts a second after this one has gone, so it can take the pad.
-    QProcess::startDetached(
-        "/bin/sh", {"-c", "sleep 1; exec \"$0\"", QCoreApplication::applicationFilePath()});
+    platform_.launcher().relaunch();
     QCoreApplication::quit();
 }
 

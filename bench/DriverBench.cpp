@@ -42,7 +42,7 @@ public:
         applications_.front.emplace().name = "Terminal";
         platform_.emplace();
         platform_->hidManagers = [this] { return pad.manager(); };
-        platform_->applicationsOverride = &applications_;
+        platform_->windowsOverride = &applications_;
         platform_->inputAccessOverride = &access_;
         platform_->systemKeysOverride = &keys;
         application.emplace(*platform_, settings_);
@@ -85,7 +85,7 @@ private:
     std::optional<std::string> formerHome_;
     QTemporaryDir home_;
     QSettings settings_{home_.filePath("settings.ini"), QSettings::IniFormat};
-    testing::FakeApplications applications_;
+    testing::FakeWindows applications_;
     testing::FakeInputAccess access_;
     NullLogger logger_;
     std::optional<testing::TestPlatform> platform_;

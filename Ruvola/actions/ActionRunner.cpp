@@ -14,7 +14,6 @@
 
 namespace ruvola {
 
-using Key = platform::SystemKeys::Key;
 using Tap = platform::SystemKeys::Tap;
 
 namespace {
@@ -25,37 +24,14 @@ constexpr double fineVolumeStep = 1.0 / 64;
 // The title of notifications the program sends.
 constexpr std::string_view productName = "Ruvola";
 
-Key postedKey(SystemKey key) {
-    switch (key) {
-    case SystemKey::volumeup:
-        return Key::volumeUp;
-    case SystemKey::volumedown:
-        return Key::volumeDown;
-    case SystemKey::mute:
-        return Key::mute;
-    case SystemKey::playpause:
-        return Key::play;
-    case SystemKey::next:
-        return Key::next;
-    case SystemKey::previous:
-        return Key::previous;
-    case SystemKey::brightnessup:
-        return Key::brightnessUp;
-    case SystemKey::brightnessdown:
-        return Key::brightnessDown;
-    }
-    return Key::play;
-}
-
 } // namespace
 
 ActionRunner::ActionRunner(Logging& logger, platform::Platform& platform,
                            std::chrono::milliseconds networkTimeout)
     : logger_(logger), access_(platform.inputAccess()), systemKeys_(platform.systemKeys()),
       volume_(platform.systemVolume()), network_(logger, networkTimeout),
-      house_(platform.processes(), platform.syntheticInput(), platform.applications(),
-             platform.installation().homeDirectory() / ".local/share/ruvola/shortcuts",
-             [&logger](const std::string& line) { logger.info(line); }) {}
+      house_(platform.processes(), platform.syntheticInput(), platform.windows(),
+             platform.launcher(), [&logger](const std::string& line) { logger.info(line); }) {}
 
 ActionRunner::~ActionRunner() = default;
 
@@ -135,7 +111,7 @@ void ActionRunner::runSystemKey(SystemKey key, const std::string& name) {
     default:
         // Brightness and media keys have nothing to fall back on.
         if (checkAccess(name)) {
-            systemKeys_.press(postedKey(key), false, tap_);
+            systemKeys_.press(key, false, tap_);
         }
     }
 }
@@ -143,7 +119,8 @@ void ActionRunner::runSystemKey(SystemKey key, const std::string& name) {
 void ActionRunner::changeVolume(bool up) {
     if (access_.isTrusted() && volumeKeysWork_ != false) {
         if (const std::optional<double> before = volume_.volume()) {
-            systemKeys_.press(up ? Key::volumeUp : Key::volumeDown, fineVolumeSteps_, tap_);
+            systemKeys_.press(up ? SystemKey::volumeup : SystemKey::volumedown, fineVolumeSteps_,
+                              tap_);
             // At either end a working key leaves the level where it is: nothing to learn.
             if (!volumeKeysWork_ && (up ? *before < 1.0 : *before > 0.0)) {
                 verifyVolumeKey(up, *before);
@@ -174,7 +151,8 @@ void ActionRunner::verifyVolumeKey(bool up, double before) {
                             std::string(platform::SystemKeys::name(tap_)) + " tap; trying " +
                             std::string(platform::SystemKeys::name(*next)));
             tap_ = *next;
-            systemKeys_.press(up ? Key::volumeUp : Key::volumeDown, fineVolumeSteps_, tap_);
+            systemKeys_.press(up ? SystemKey::volumeup : SystemKey::volumedown, fineVolumeSteps_,
+                              tap_);
             verifyVolumeKey(up, before);
             return;
         }
@@ -204,7 +182,7 @@ void ActionRunner::toggleMute() {
         volume_.setMuted(!wasMuted);
         return;
     }
-    systemKeys_.press(Key::mute, false, tap_);
+    systemKeys_.press(SystemKey::mute, false, tap_);
     QTimer::singleShot(verificationDelay, this, [this, wasMuted] {
         if (volume_.isMuted().value_or(false) == wasMuted) {
             logger_.warning(systemKeys_.systemName() +

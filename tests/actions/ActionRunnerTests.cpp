@@ -25,7 +25,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::RecordingLogger;
 using testing::waitUntil;
-using Key = platform::SystemKeys::Key;
+using Key = SystemKey;
 using Tap = platform::SystemKeys::Tap;
 using Press = testing::RecordingSystemKeys::Press;
 
@@ -123,8 +123,8 @@ TEST_F(ActionRunnerTest, KeysAndTextNeedAccessAndWarnOnlyOnce) {
     EXPECT_TRUE(logged("INFO Key 1 (Copy): action failed — could not create synthetic input"));
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Run): \"cmd c, cmd v\" isn't a single chord"));
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Run): \"cmd nosuchkey\" isn't a single chord"));
-    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::play, false, Tap::hid},
-                                                 {Key::brightnessDown, false, Tap::hid}}));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::playpause, false, Tap::hid},
+                                                 {Key::brightnessdown, false, Tap::hid}}));
 }
 
 TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
@@ -287,15 +287,15 @@ protected:
     bool frontmostIs(const std::string& name) {
         return waitUntil([&] {
             poke();
-            const auto front = platform_.applications().frontmost();
+            const auto front = platform_.windows().frontmost();
             return front && front->name == name;
         });
     }
 
     bool visible() {
-        for (const auto& application : platform_.applications().running()) {
+        for (const auto& application : platform_.windows().running()) {
             if (application.name == "Notes") {
-                return platform_.applications().hasVisibleWindow(application);
+                return platform_.windows().hasVisibleWindow(application);
             }
         }
         return false;
@@ -356,7 +356,7 @@ TEST_F(DesktopTest, PathsAndAddressesGoToTheDesktopAndAFolderPutsTheFileManagerA
 
     press(PadAction::open("~"));
     EXPECT_TRUE(waitUntil([&] {
-        const auto front = platform_.applications().frontmost();
+        const auto front = platform_.windows().frontmost();
         return !front || front->name != "RvFiles";
     }));
     unsetenv("BROWSER");
@@ -446,7 +446,7 @@ TEST_F(VolumeTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
     platform::SystemVolume& volume = platform_.systemVolume();
     keys_.effect = [&](const Press& press) {
         if (press.tap == Tap::session) {
-            volume.setVolume(*volume.volume() + (press.key == Key::volumeUp ? 0.25 : -0.25));
+            volume.setVolume(*volume.volume() + (press.key == Key::volumeup ? 0.25 : -0.25));
         }
     };
     setLevel("100%");
@@ -461,10 +461,10 @@ TEST_F(VolumeTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
                   "WARNING The desktop ignored the volume key via the hid tap; trying session",
                   "INFO System volume keys work via the session tap: the system's own overlay "
                   "shows"}));
-    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::volumeUp, false, Tap::hid},
-                                                 {Key::volumeDown, false, Tap::hid},
-                                                 {Key::volumeDown, false, Tap::session},
-                                                 {Key::volumeUp, false, Tap::session}}));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::volumeup, false, Tap::hid},
+                                                 {Key::volumedown, false, Tap::hid},
+                                                 {Key::volumedown, false, Tap::session},
+                                                 {Key::volumeup, false, Tap::session}}));
     EXPECT_EQ(level(), "50%");
 }
 
