@@ -126,10 +126,16 @@ public:
         if (map == nullptr) {
             return;
         }
-        width_ = map->keysyms_per_keycode;
         const KeySym* keysyms = xcb_get_keyboard_mapping_keysyms(map);
-        keysyms_.assign(keysyms, keysyms + static_cast<std::ptrdiff_t>(count) * width_);
+        const int length = xcb_get_keyboard_mapping_keysyms_length(map);
+        if (map->keysyms_per_keycode > 0 && length == count * map->keysyms_per_keycode) {
+            width_ = map->keysyms_per_keycode;
+            keysyms_.assign(keysyms, keysyms + length);
+        }
         std::free(map);
+        if (width_ == 0) {
+            return;
+        }
         for (int code = last_; code >= first_; --code) {
             const auto row = keysyms_.begin() + (code - first_) * width_;
             if (std::all_of(row, row + width_, [](KeySym keysym) { return keysym == NoSymbol; })) {
