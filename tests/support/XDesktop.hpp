@@ -66,7 +66,12 @@ public:
 
     /// Kills the window manager, as when it crashes; with `replace`, a new one takes over.
     bool killWindowManager(bool replace) {
+        const auto check = property(root(), "_NET_SUPPORTING_WM_CHECK");
         server_.stopWindowManager();
+        // The server drops a dead client's windows only once it has noticed the client is gone.
+        if (!check.empty() && !waitUntil([&] { return !isChild(check.front()); })) {
+            return false;
+        }
         if (replace) {
             successor_.start("openbox", {"--sm-disable"});
             return successor_.waitForStarted() && managerListens();
@@ -158,6 +163,15 @@ private:
                 return std::ranges::count(property(root(), "_NET_CLIENT_LIST"), window_) > 0;
             },
             10s);
+    }
+
+    bool isChild(Window window) {
+        Window rootWindow = None, parent = None, *children = nullptr;
+        unsigned int count = 0;
+        XQueryTree(display_, root(), &rootWindow, &parent, &children, &count);
+        const bool found = std::find(children, children + count, window) != children + count;
+        XFree(children);
+        return found;
     }
 
     Atom atom(const char* name) { return XInternAtom(display_, name, False); }

@@ -39,7 +39,7 @@ ActionCompletion GioLauncher::open(const std::string& pathOrAddress) {
 }
 
 ActionCompletion GioLauncher::runShortcut(const std::string& name) {
-    // A relative XDG_DATA_HOME is to be ignored, as the base directory specification says.
+    // The XDG rules say a relative value is to be ignored.
     const char* data = std::getenv("XDG_DATA_HOME");
     const std::filesystem::path folder =
         data != nullptr && std::filesystem::path(data).is_absolute()

@@ -80,9 +80,10 @@ protected:
     /// Whether it comes to the front, if only for a moment: the window manager goes through no
     /// active window, or another of the same application's, on its way.
     bool frontmostBecomes(const std::string& name) {
+        bool seen = false;
         return testing::waitUntil([&] {
             const auto front = windows_.frontmost();
-            return front && front->name == name;
+            return seen = seen || (front && front->name == name);
         });
     }
 
