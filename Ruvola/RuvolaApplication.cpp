@@ -3,17 +3,17 @@
 #include "Ruvola/actions/ActionRunner.hpp"
 #include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
-#include "Ruvola/platform/Applications.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
 #include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/Launcher.hpp"
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/platform/Windows.hpp"
 #include "RuvolaCore/PadProtocol.hpp"
 
 #include <QCoreApplication>
-#include <QProcess>
 #include <QSettings>
 #include <QTimer>
 
@@ -117,7 +117,7 @@ void RuvolaApplication::frontmostChanged() {
 
 void RuvolaApplication::readFrontmost() {
     frontmost_.clear();
-    if (const auto frontmost = platform_.applications().frontmost()) {
+    if (const auto frontmost = platform_.windows().frontmost()) {
         for (const std::string* text : {&frontmost->name, &frontmost->identifier}) {
             if (!text->empty()) {
                 frontmost_.push_back(*text);
@@ -216,9 +216,7 @@ void RuvolaApplication::noteAccessChange() {
 
 void RuvolaApplication::relaunchToApplyAccess() {
     info("Relaunching so the desktop applies the new input access");
-    // The new copy starts a second after this one has gone, so it can take the pad.
-    QProcess::startDetached(
-        "/bin/sh", {"-c", "sleep 1; exec \"$0\"", QCoreApplication::applicationFilePath()});
+    platform_.launcher().relaunch();
     QCoreApplication::quit();
 }
 

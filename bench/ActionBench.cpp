@@ -17,8 +17,8 @@ namespace {
 
 void runToShellStart(benchmark::State& state) {
     const auto platform = platform::makePlatform();
-    HouseActions house(platform->processes(), platform->syntheticInput(), platform->applications(),
-                       "/nonexistent", {});
+    HouseActions house(platform->processes(), platform->syntheticInput(), platform->windows(),
+                       platform->launcher(), {});
     const std::filesystem::path fifo =
         std::filesystem::temp_directory_path() / ("ruvola-bench-" + std::to_string(getpid()));
     mkfifo(fifo.c_str(), 0600);

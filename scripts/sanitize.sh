@@ -13,7 +13,7 @@ BUILD_TYPE=Debug "$root/scripts/build.sh" "$builds/asan" -DRUVOLA_WARNINGS_AS_ER
   -DRUVOLA_SANITIZE=address,undefined
 (cd "$builds/asan" && ctest --output-on-failure --parallel "$jobs" --timeout 600)
 
-threaded=(app_logging_tests platform_processes_tests app_action_runner_tests app_network_actions_tests
+threaded=(app_logging_tests platform_system_tests app_action_runner_tests app_network_actions_tests
   torture_tests torture_driver_tests)
 cmake -S "$root" -B "$builds/tsan" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DRUVOLA_WARNINGS_AS_ERRORS=ON -DRUVOLA_SANITIZE=thread >/dev/null

@@ -10,7 +10,7 @@ build_packages=(
   libglib2.0-dev libxcb1-dev libudev-dev
   libpulse-dev pulseaudio-utils
   xdg-utils
-  libx11-dev libxtst-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
+  libx11-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
   fonts-noto-color-emoji fonts-open-sans
 )
 test_packages=(

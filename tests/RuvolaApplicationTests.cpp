@@ -10,7 +10,7 @@ namespace {
 
 using testing::waitUntil;
 using Strings = std::vector<std::string>;
-using Key = platform::SystemKeys::Key;
+using Key = SystemKey;
 
 // Key 2 has its own binding while "Editor" is in front; the left knob steps through tracks.
 struct Layout {

@@ -8,31 +8,12 @@
 
 namespace ruvola {
 
-using Key = platform::SystemKeys::Key;
+using Tap = platform::SystemKeys::Tap;
 
 namespace {
 
-Key postedKey(SystemKey key) {
-    switch (key) {
-    case SystemKey::volumeup:
-        return Key::volumeUp;
-    case SystemKey::volumedown:
-        return Key::volumeDown;
-    case SystemKey::mute:
-        return Key::mute;
-    case SystemKey::playpause:
-        return Key::play;
-    case SystemKey::next:
-        return Key::next;
-    case SystemKey::previous:
-        return Key::previous;
-    case SystemKey::brightnessup:
-        return Key::brightnessUp;
-    case SystemKey::brightnessdown:
-        return Key::brightnessDown;
-    }
-    return Key::play;
-}
+// The title of notifications the program sends.
+constexpr std::string_view productName = "Ruvola";
 
 } // namespace
 
@@ -41,9 +22,8 @@ ActionRunner::ActionRunner(Logging& logger, platform::Platform& platform,
     : logger_(logger), access_(platform.inputAccess()), systemKeys_(platform.systemKeys()),
       volume_(logger, access_, systemKeys_, platform.systemVolume()),
       network_(logger, networkTimeout),
-      house_(platform.processes(), platform.syntheticInput(), platform.applications(),
-             platform.installation().homeDirectory() / ".local/share/ruvola/shortcuts",
-             [&logger](const std::string& line) { logger.info(line); }) {}
+      house_(platform.processes(), platform.syntheticInput(), platform.windows(),
+             platform.launcher(), [&logger](const std::string& line) { logger.info(line); }) {}
 
 ActionRunner::~ActionRunner() = default;
 
@@ -125,7 +105,7 @@ void ActionRunner::runSystemKey(SystemKey key, const std::string& name) {
     default:
         // Brightness and media keys have nothing to fall back on.
         if (checkAccess(name)) {
-            systemKeys_.press(postedKey(key), false, volume_.tap());
+            systemKeys_.press(key, false, volume_.tap());
         }
     }
 }

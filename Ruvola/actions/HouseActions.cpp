@@ -1,13 +1,13 @@
 #include "Ruvola/actions/HouseActions.hpp"
 
-#include "Ruvola/platform/Applications.hpp"
+#include "Ruvola/platform/Launcher.hpp"
 #include "Ruvola/platform/Processes.hpp"
 #include "Ruvola/platform/SyntheticInput.hpp"
+#include "Ruvola/platform/Windows.hpp"
 #include "RuvolaCore/Overloaded.hpp"
 #include "RuvolaCore/Unicode.hpp"
 
 #include <QDir>
-#include <QStandardPaths>
 #include <QString>
 
 #include <chrono>
@@ -89,8 +89,8 @@ bool nameMatches(const std::string& target, const std::string& name, const std::
 struct HouseActions::Shared {
     platform::Processes& processes;
     platform::SyntheticInput& input;
-    platform::Applications& applications;
-    const std::filesystem::path shortcuts;
+    platform::Windows& applications;
+    platform::Launcher& launcher;
 
     std::mutex mutex;
     bool alive = true;
@@ -176,22 +176,16 @@ struct HouseActions::Shared {
         const std::string expanded = expandingTilde(target);
         std::error_code error;
         if (std::filesystem::is_directory(expanded, error) && frontmost &&
-            applications.isFileManager(*frontmost)) {
+            launcher.isFileManager(*frontmost)) {
             applications.hide(*frontmost);
             return ActionCompletion::succeeded();
         }
         if (isPath(target) || isAddress(target)) {
-            const QString opener = QStandardPaths::findExecutable("xdg-open");
-            if (opener.isEmpty()) {
-                return ActionCompletion::failed(
-                    {ActionFailure::CouldNotLaunch{"xdg-open is not installed"}});
-            }
-            return processes.run(opener.toStdString(), {expanded});
+            return launcher.open(expanded);
         }
-        return applications.launch(target,
-                                   [target](const std::string& name, const std::string& id) {
-                                       return nameMatches(target, name, id);
-                                   });
+        return launcher.launch(target, [target](const std::string& name, const std::string& id) {
+            return nameMatches(target, name, id);
+        });
     }
 
     // Shows its windows and waits up to half a second for one; failing that, asks for a new one.
@@ -203,14 +197,13 @@ struct HouseActions::Shared {
             }
             std::this_thread::sleep_for(windowPollInterval);
         }
-        return applications.reopen(application);
+        return launcher.reopen(application);
     }
 };
 
 HouseActions::HouseActions(platform::Processes& processes, platform::SyntheticInput& input,
-                           platform::Applications& applications, std::filesystem::path shortcuts,
-                           Log log)
-    : shared_(std::make_shared<Shared>(processes, input, applications, std::move(shortcuts))) {
+                           platform::Windows& applications, platform::Launcher& launcher, Log log)
+    : shared_(std::make_shared<Shared>(processes, input, applications, launcher)) {
     shared_->log = std::move(log);
 }
 
@@ -247,9 +240,8 @@ void HouseActions::runShortcut(const std::string& shortcut, const std::string& n
             {ActionFailure::CouldNotLaunch{"no shortcut can be called \"" + shortcut + "\""}}));
         return;
     }
-    const std::string executable = (shared_->shortcuts / shortcut).string();
     shared_->inBackground(
-        [shared = shared_, executable, finish] { finish(shared->processes.run(executable, {})); },
+        [shared = shared_, shortcut, finish] { finish(shared->launcher.runShortcut(shortcut)); },
         finish);
 }
 

@@ -3,7 +3,6 @@
 #include "RuvolaCore/ActionCompletion.hpp"
 #include "RuvolaCore/KeySpec.hpp"
 
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,9 +12,10 @@
 namespace ruvola {
 
 namespace platform {
-class Applications;
+class Launcher;
 class Processes;
 class SyntheticInput;
+class Windows;
 } // namespace platform
 
 /// Local work an action asks for.
@@ -45,7 +45,7 @@ public:
     using Completion = std::function<void(const ActionCompletion&)>;
 
     HouseActions(platform::Processes& processes, platform::SyntheticInput& input,
-                 platform::Applications& applications, std::filesystem::path shortcuts, Log log);
+                 platform::Windows& applications, platform::Launcher& launcher, Log log);
     /// Actions still running finish, but no longer log or complete.
     ~HouseActions();
 

@@ -10,8 +10,6 @@
 
 namespace ruvola {
 
-using Key = platform::SystemKeys::Key;
-
 namespace {
 
 constexpr double volumeStep = 1.0 / 16;
@@ -26,7 +24,8 @@ VolumeControl::VolumeControl(Logging& logger, platform::InputAccess& access,
 void VolumeControl::changeVolume(bool up) {
     if (access_.isTrusted() && volumeKeysWork_ != false) {
         if (const std::optional<double> before = volume_.volume()) {
-            systemKeys_.press(up ? Key::volumeUp : Key::volumeDown, fineVolumeSteps_, tap_);
+            systemKeys_.press(up ? SystemKey::volumeup : SystemKey::volumedown, fineVolumeSteps_,
+                              tap_);
             // At either end a working key leaves the level where it is: nothing to learn.
             if (!volumeKeysWork_ && (up ? *before < 1.0 : *before > 0.0)) {
                 verifyVolumeKey(up, *before);
@@ -57,7 +56,8 @@ void VolumeControl::verifyVolumeKey(bool up, double before) {
                             std::string(platform::SystemKeys::name(tap_)) + " tap; trying " +
                             std::string(platform::SystemKeys::name(*next)));
             tap_ = *next;
-            systemKeys_.press(up ? Key::volumeUp : Key::volumeDown, fineVolumeSteps_, tap_);
+            systemKeys_.press(up ? SystemKey::volumeup : SystemKey::volumedown, fineVolumeSteps_,
+                              tap_);
             verifyVolumeKey(up, before);
             return;
         }
@@ -87,7 +87,7 @@ void VolumeControl::toggleMute() {
         volume_.setMuted(!wasMuted);
         return;
     }
-    systemKeys_.press(Key::mute, false, tap_);
+    systemKeys_.press(SystemKey::mute, false, tap_);
     QTimer::singleShot(verificationDelay, this, [this, wasMuted] {
         if (volume_.isMuted().value_or(false) == wasMuted) {
             logger_.warning(systemKeys_.systemName() +

@@ -4,7 +4,6 @@
 
 namespace ruvola::platform {
 
-class Applications;
 class Desktop;
 class DirectoryWatcher;
 class FrontmostWatcher;
@@ -13,14 +12,17 @@ class HidManager;
 class InputAccess;
 class Installation;
 class LaunchAtLogin;
+class Launcher;
 class Notifier;
 class Processes;
 class SyntheticInput;
 class SystemKeys;
 class SystemVolume;
+class Windows;
 
 /// The operating system's services, behind one small interface each. The backend is chosen once,
-/// by the build, and reached only through `makePlatform()`.
+/// by the build, and reached only through `makePlatform()`, which also picks what the desktop
+/// session running now can do.
 class Platform {
 public:
     virtual ~Platform() = default;
@@ -36,7 +38,9 @@ public:
     virtual std::unique_ptr<Notifier> makeAccessWatcher() = 0;
     /// Reports that the program was asked from outside to end (on Linux SIGTERM or SIGINT).
     virtual std::unique_ptr<Notifier> makeStopWatcher() = 0;
-    virtual Applications& applications() = 0;
+    /// The running applications and their windows, as this session shows them.
+    virtual Windows& windows() = 0;
+    virtual Launcher& launcher() = 0;
     virtual Desktop& desktop() = 0;
     virtual InputAccess& inputAccess() = 0;
     virtual const Installation& installation() const = 0;

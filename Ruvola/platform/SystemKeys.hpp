@@ -1,5 +1,7 @@
 #pragma once
 
+#include "RuvolaCore/PadAction.hpp"
+
 #include <array>
 #include <string>
 #include <string_view>
@@ -18,17 +20,6 @@ namespace ruvola::platform {
 ///   react.
 class SystemKeys {
 public:
-    enum class Key {
-        volumeUp,
-        volumeDown,
-        brightnessUp,
-        brightnessDown,
-        mute,
-        play,
-        next,
-        previous
-    };
-
     /// Where keys are posted: `hid` as a keyboard device low in the system, `session` into the
     /// user's desktop session. Tried in this order.
     enum class Tap { hid, session };
@@ -39,7 +30,7 @@ public:
 
     virtual ~SystemKeys() = default;
 
-    virtual void press(Key key, bool fine, Tap tap) = 0;
+    virtual void press(SystemKey key, bool fine, Tap tap) = 0;
 
     /// What the user calls the system that may ignore a posted key, to begin a sentence:
     /// "The desktop" in "The desktop ignored the system mute key; …".

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::RecordingLogger;
 using testing::waitUntil;
-using Key = platform::SystemKeys::Key;
+using Key = SystemKey;
 using Tap = platform::SystemKeys::Tap;
 using Press = testing::RecordingSystemKeys::Press;
 
@@ -95,8 +95,8 @@ TEST_F(ActionRunnerTest, KeysAndTextNeedAccessAndWarnOnlyOnce) {
     EXPECT_TRUE(logged("INFO Key 1 (Copy): action failed — could not create synthetic input"));
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Run): \"cmd c, cmd v\" isn't a single chord"));
     EXPECT_TRUE(logger_.contains("WARNING Key 1 (Run): \"cmd nosuchkey\" isn't a single chord"));
-    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::play, false, Tap::hid},
-                                                 {Key::brightnessDown, false, Tap::hid}}));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::playpause, false, Tap::hid},
+                                                 {Key::brightnessdown, false, Tap::hid}}));
 }
 
 TEST_F(ActionRunnerTest, WebRequestsGoOutAndUnbuildableOnesAreWarned) {
@@ -167,7 +167,7 @@ protected:
             10s));
         ASSERT_TRUE(waitUntil([&] {
             poke();
-            const auto front = platform_.applications().frontmost();
+            const auto front = platform_.windows().frontmost();
             return front && front->name == "Notes";
         }));
     }

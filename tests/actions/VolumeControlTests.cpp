@@ -13,7 +13,7 @@ namespace ruvola {
 namespace {
 
 using testing::waitUntil;
-using Key = platform::SystemKeys::Key;
+using Key = SystemKey;
 using Tap = platform::SystemKeys::Tap;
 using Press = testing::RecordingSystemKeys::Press;
 using Strings = std::vector<std::string>;
@@ -89,7 +89,7 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
     platform::SystemVolume& sink = platform_.systemVolume();
     keys_.effect = [&](const Press& press) {
         if (press.tap == Tap::session) {
-            sink.setVolume(*sink.volume() + (press.key == Key::volumeUp ? 0.25 : -0.25));
+            sink.setVolume(*sink.volume() + (press.key == Key::volumeup ? 0.25 : -0.25));
         }
     };
     VolumeControl volume(logger_, access_, keys_, sink);
@@ -104,10 +104,10 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
               (Strings{"WARNING The desktop ignored the volume key via the hid tap; trying session",
                        "INFO System volume keys work via the session tap: the system's own "
                        "overlay shows"}));
-    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::volumeUp, false, Tap::hid},
-                                                 {Key::volumeDown, false, Tap::hid},
-                                                 {Key::volumeDown, false, Tap::session},
-                                                 {Key::volumeUp, false, Tap::session}}));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::volumeup, false, Tap::hid},
+                                                 {Key::volumedown, false, Tap::hid},
+                                                 {Key::volumedown, false, Tap::session},
+                                                 {Key::volumeup, false, Tap::session}}));
     EXPECT_EQ(level(), "50%");
     EXPECT_EQ(volume.tap(), Tap::session);
 }

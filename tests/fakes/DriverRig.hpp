@@ -22,7 +22,7 @@ struct DriverRig {
     DriverRig() {
         setenv("HOME", home.path().toLocal8Bit().constData(), 1);
         platform.hidManagers = [this] { return pad.manager(); };
-        platform.applicationsOverride = &applications;
+        platform.windowsOverride = &applications;
         platform.inputAccessOverride = &access;
         platform.systemKeysOverride = &keys;
     }
@@ -48,7 +48,7 @@ struct DriverRig {
     QTemporaryDir home;
     QSettings settings{home.filePath("settings.ini"), QSettings::IniFormat};
     VirtualPad pad;
-    FakeApplications applications;
+    FakeWindows applications;
     FakeInputAccess access;
     RecordingSystemKeys keys;
     RecordingLogger logger;

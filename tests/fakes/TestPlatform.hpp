@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Ruvola/platform/Applications.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
@@ -8,6 +7,7 @@
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/SystemKeys.hpp"
+#include "Ruvola/platform/Windows.hpp"
 
 #include <functional>
 #include <memory>
@@ -28,7 +28,7 @@ public:
 class RecordingSystemKeys final : public platform::SystemKeys {
 public:
     struct Press {
-        Key key;
+        SystemKey key;
         bool fine;
         Tap tap;
         bool operator==(const Press&) const = default;
@@ -36,7 +36,7 @@ public:
     std::vector<Press> presses;
     std::function<void(const Press&)> effect;
 
-    void press(Key key, bool fine, Tap tap) override {
+    void press(SystemKey key, bool fine, Tap tap) override {
         presses.push_back({key, fine, tap});
         if (effect) {
             effect(presses.back());
@@ -45,8 +45,8 @@ public:
     std::string systemName() const override { return "The desktop"; }
 };
 
-/// Applications as a test sets them: one frontmost, nothing else running.
-class FakeApplications final : public platform::Applications {
+/// Windows as a test sets them: one application in front, nothing else running.
+class FakeWindows final : public platform::Windows {
 public:
     std::optional<platform::RunningApplication> front;
 
@@ -57,21 +57,15 @@ public:
     bool hide(const platform::RunningApplication&) override { return false; }
     bool activate(const platform::RunningApplication&) override { return false; }
     bool hasVisibleWindow(const platform::RunningApplication&) override { return false; }
-    bool isFileManager(const platform::RunningApplication&) override { return false; }
-    ActionCompletion launch(const std::string&, const platform::ApplicationMatch&) override {
-        return ActionCompletion::succeeded();
-    }
-    ActionCompletion reopen(const platform::RunningApplication&) override {
-        return ActionCompletion::succeeded();
-    }
 };
 
-/// The real platform, with some of its parts replaced by a test's own.
+/// The real platform, with some of its parts replaced by a test's own. The real one is made on
+/// first use, so that it finds the session a test has set up by then.
 class TestPlatform final : public platform::Platform {
 public:
     platform::InputAccess* inputAccessOverride = nullptr;
     platform::SystemKeys* systemKeysOverride = nullptr;
-    platform::Applications* applicationsOverride = nullptr;
+    platform::Windows* windowsOverride = nullptr;
     /// Makes the HID managers, e.g. a virtual pad's.
     std::function<std::unique_ptr<platform::HidManager>()> hidManagers;
     platform::LaunchAtLogin* launchAtLoginOverride = nullptr;
@@ -80,44 +74,52 @@ public:
     std::function<std::unique_ptr<platform::Notifier>()> accessWatchers;
 
     std::unique_ptr<platform::DirectoryWatcher> makeDirectoryWatcher() override {
-        return real_->makeDirectoryWatcher();
+        return real().makeDirectoryWatcher();
     }
     std::unique_ptr<platform::HidManager> makeHidManager() override {
-        return hidManagers ? hidManagers() : real_->makeHidManager();
+        return hidManagers ? hidManagers() : real().makeHidManager();
     }
     std::unique_ptr<platform::FrontmostWatcher> makeFrontmostWatcher() override {
-        return real_->makeFrontmostWatcher();
+        return real().makeFrontmostWatcher();
     }
     std::unique_ptr<platform::Notifier> makeWakeWatcher() override {
-        return wakeWatchers ? wakeWatchers() : real_->makeWakeWatcher();
+        return wakeWatchers ? wakeWatchers() : real().makeWakeWatcher();
     }
     std::unique_ptr<platform::Notifier> makeAccessWatcher() override {
-        return accessWatchers ? accessWatchers() : real_->makeAccessWatcher();
+        return accessWatchers ? accessWatchers() : real().makeAccessWatcher();
     }
     std::unique_ptr<platform::Notifier> makeStopWatcher() override {
-        return real_->makeStopWatcher();
+        return real().makeStopWatcher();
     }
-    platform::Applications& applications() override {
-        return applicationsOverride != nullptr ? *applicationsOverride : real_->applications();
+    platform::Windows& windows() override {
+        return windowsOverride != nullptr ? *windowsOverride : real().windows();
     }
-    platform::Desktop& desktop() override { return real_->desktop(); }
+    platform::Launcher& launcher() override { return real().launcher(); }
+    platform::Desktop& desktop() override { return real().desktop(); }
     platform::InputAccess& inputAccess() override {
-        return inputAccessOverride != nullptr ? *inputAccessOverride : real_->inputAccess();
+        return inputAccessOverride != nullptr ? *inputAccessOverride : real().inputAccess();
     }
-    const platform::Installation& installation() const override { return real_->installation(); }
+    const platform::Installation& installation() const override { return real().installation(); }
     platform::LaunchAtLogin& launchAtLogin() override {
-        return launchAtLoginOverride != nullptr ? *launchAtLoginOverride : real_->launchAtLogin();
+        return launchAtLoginOverride != nullptr ? *launchAtLoginOverride : real().launchAtLogin();
     }
-    platform::Processes& processes() override { return real_->processes(); }
+    platform::Processes& processes() override { return real().processes(); }
     platform::SystemKeys& systemKeys() override {
-        return systemKeysOverride != nullptr ? *systemKeysOverride : real_->systemKeys();
+        return systemKeysOverride != nullptr ? *systemKeysOverride : real().systemKeys();
     }
-    platform::SystemVolume& systemVolume() override { return real_->systemVolume(); }
-    platform::SyntheticInput& syntheticInput() override { return real_->syntheticInput(); }
-    const platform::HidDiscovery& hidDiscovery() const override { return real_->hidDiscovery(); }
+    platform::SystemVolume& systemVolume() override { return real().systemVolume(); }
+    platform::SyntheticInput& syntheticInput() override { return real().syntheticInput(); }
+    const platform::HidDiscovery& hidDiscovery() const override { return real().hidDiscovery(); }
 
 private:
-    std::unique_ptr<platform::Platform> real_ = platform::makePlatform();
+    platform::Platform& real() const {
+        if (!real_) {
+            real_ = platform::makePlatform();
+        }
+        return *real_;
+    }
+
+    mutable std::unique_ptr<platform::Platform> real_;
 };
 
 } // namespace ruvola::testing

@@ -1,11 +1,11 @@
 // A stand-in application for tests on an X display: windows of a chosen WM_CLASS that report the
 // keys they get.
 //
-//   ruvola_test_window --class NAME --instance NAME [--title TEXT] [--windows N] [--no-window]
+//   ruvola_test_window --class NAME --instance NAME [--windows N]
 //
 // Prints "window 0xID" for each window once it is mapped, then "ready"; after that one line per
 // key press, "key KEYSYMNAME STATE" (STATE being the X modifier mask in decimal). Closing its
-// last window ends it. With --no-window it opens no display, says "ready" and waits to be ended.
+// last window ends it.
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -23,23 +23,17 @@ namespace {
 struct Options {
     std::string windowClass = "RuvolaTestWindow";
     std::string instance = "ruvola-test-window";
-    std::string title;
     int windows = 1;
-    bool noWindow = false;
 };
 
 bool parse(int argc, char** argv, Options& options) {
     for (int index = 1; index < argc; ++index) {
         const std::string argument = argv[index];
         const bool hasValue = index + 1 < argc;
-        if (argument == "--no-window") {
-            options.noWindow = true;
-        } else if (argument == "--class" && hasValue) {
+        if (argument == "--class" && hasValue) {
             options.windowClass = argv[++index];
         } else if (argument == "--instance" && hasValue) {
             options.instance = argv[++index];
-        } else if (argument == "--title" && hasValue) {
-            options.title = argv[++index];
         } else if (argument == "--windows" && hasValue) {
             options.windows = std::atoi(argv[++index]);
         } else {
@@ -90,26 +84,16 @@ Window makeWindow(Display* display, const Options& options, const std::string& t
 int main(int argc, char** argv) {
     Options options;
     if (!parse(argc, argv, options)) {
-        std::fprintf(stderr,
-                     "usage: %s --class NAME --instance NAME [--title TEXT] [--windows N] "
-                     "[--no-window]\n",
-                     argv[0]);
+        std::fprintf(stderr, "usage: %s --class NAME --instance NAME [--windows N]\n", argv[0]);
         return 2;
     }
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    if (options.noWindow) {
-        std::puts("ready");
-        for (;;) {
-            pause();
-        }
-    }
-
     Display* display = XOpenDisplay(nullptr);
     if (display == nullptr) {
         std::fprintf(stderr, "can't open the display\n");
         return 1;
     }
-    const std::string title = options.title.empty() ? options.windowClass : options.title;
+    const std::string& title = options.windowClass;
     std::vector<Window> windows;
     for (int index = 0; index < options.windows; ++index) {
         windows.push_back(

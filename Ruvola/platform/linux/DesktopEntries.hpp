@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Ruvola/platform/Applications.hpp"
+#include "Ruvola/platform/Windows.hpp"
+#include "RuvolaCore/ActionCompletion.hpp"
 
 #include <chrono>
 #include <map>

@@ -1,11 +1,11 @@
 #include "Ruvola/platform/linux/GioDesktop.hpp"
 
+#include "Ruvola/platform/linux/Session.hpp"
+
 #include <array>
-#include <cstdlib>
 #include <gio/gio.h>
 #include <memory>
 #include <string>
-#include <xcb/xcb.h>
 
 namespace ruvola::platform {
 
@@ -73,24 +73,7 @@ void GioDesktop::openInEditor(const std::filesystem::path& file) {
 }
 
 bool GioDesktop::sessionAvailable() const {
-    if (const char* wayland = std::getenv("WAYLAND_DISPLAY"); wayland != nullptr && *wayland) {
-        const std::filesystem::path socket(wayland);
-        const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-        std::error_code error;
-        if (socket.is_absolute() ||
-            (runtime != nullptr && std::filesystem::exists(runtime / socket, error))) {
-            return true;
-        }
-    }
-    const char* display = std::getenv("DISPLAY");
-    if (display == nullptr || *display == 0) {
-        return false;
-    }
-    // Asked of the server itself: a DISPLAY left over from a closed session names nothing.
-    xcb_connection_t* connection = xcb_connect(display, nullptr);
-    const bool reachable = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return reachable;
+    return sessionReachable();
 }
 
 } // namespace ruvola::platform

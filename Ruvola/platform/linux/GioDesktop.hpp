@@ -9,7 +9,6 @@ namespace ruvola::platform {
 class GioDesktop final : public Desktop {
 public:
     void openInEditor(const std::filesystem::path& file) override;
-    /// An X display that accepts a connection, or a Wayland compositor's socket.
     bool sessionAvailable() const override;
 };
 

@@ -1,19 +1,22 @@
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/platform/SyntheticInput.hpp"
+#include "Ruvola/platform/Windows.hpp"
+#include "Ruvola/platform/linux/DesktopEntries.hpp"
 #include "Ruvola/platform/linux/GioDesktop.hpp"
+#include "Ruvola/platform/linux/GioLauncher.hpp"
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
 #include "Ruvola/platform/linux/LinuxInstallation.hpp"
 #include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
 #include "Ruvola/platform/linux/LogindWakeWatcher.hpp"
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
+#include "Ruvola/platform/linux/Session.hpp"
 #include "Ruvola/platform/linux/SignalStopWatcher.hpp"
 #include "Ruvola/platform/linux/SpawnProcesses.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "Ruvola/platform/linux/UdevHidManager.hpp"
 #include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
 #include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
-#include "Ruvola/platform/linux/x11/EwmhApplications.hpp"
-#include "Ruvola/platform/linux/x11/XTestSyntheticInput.hpp"
 
 #include <mutex>
 
@@ -30,7 +33,7 @@ public:
         return std::make_unique<UdevHidManager>();
     }
     std::unique_ptr<FrontmostWatcher> makeFrontmostWatcher() override {
-        return std::make_unique<EwmhFrontmostWatcher>();
+        return session_.frontmostWatchers();
     }
     std::unique_ptr<Notifier> makeWakeWatcher() override {
         return std::make_unique<LogindWakeWatcher>();
@@ -41,7 +44,8 @@ public:
     std::unique_ptr<Notifier> makeStopWatcher() override {
         return std::make_unique<SignalStopWatcher>();
     }
-    Applications& applications() override { return applications_; }
+    Windows& windows() override { return *session_.windows; }
+    Launcher& launcher() override { return launcher_; }
     Desktop& desktop() override { return desktop_; }
     InputAccess& inputAccess() override { return inputAccess_; }
     const Installation& installation() const override { return installation_; }
@@ -50,23 +54,25 @@ public:
     Processes& processes() override { return processes_; }
     // Made on first use: the virtual keyboard it may create is only wanted by the application.
     SystemKeys& systemKeys() override {
-        std::call_once(systemKeysMade_,
-                       [this] { systemKeys_ = std::make_unique<LinuxSystemKeys>(); });
+        std::call_once(systemKeysMade_, [this] {
+            systemKeys_ = std::make_unique<LinuxSystemKeys>(std::move(session_.keys));
+        });
         return *systemKeys_;
     }
     SystemVolume& systemVolume() override { return systemVolume_; }
-    SyntheticInput& syntheticInput() override { return syntheticInput_; }
+    SyntheticInput& syntheticInput() override { return *session_.input; }
 
 private:
-    EwmhApplications applications_;
+    DesktopEntries entries_;
+    SessionBackends session_ = SessionBackends::make(Session::current(), entries_);
     GioDesktop desktop_;
-    LinuxInputAccess inputAccess_;
     LinuxInstallation installation_;
+    SpawnProcesses processes_;
+    GioLauncher launcher_{entries_, processes_, installation_};
+    LinuxInputAccess inputAccess_{session_.inputAvailable};
     XdgLaunchAtLogin launchAtLogin_{installation_};
     UdevHidDiscovery hidDiscovery_;
-    SpawnProcesses processes_;
     PulseSystemVolume systemVolume_;
-    XTestSyntheticInput syntheticInput_;
     std::once_flag systemKeysMade_;
     std::unique_ptr<LinuxSystemKeys> systemKeys_;
 };

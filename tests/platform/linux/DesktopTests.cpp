@@ -1,47 +1,107 @@
 #include "Ruvola/platform/Desktop.hpp"
+#include "Ruvola/platform/Launcher.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "tests/support/EventLoop.hpp"
+#include "tests/support/PrivateDesktop.hpp"
 
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
+namespace ruvola {
 namespace {
 
-QTemporaryDir root;
+using platform::RunningApplication;
 
-// A private desktop, in place before GIO first reads it: an editor for JSON and the default one
-// for plain text, each writing the file it is asked to open to BASE/record.json or record.plain.
-const fs::path base = [] {
-    const fs::path folder = root.path().toStdString();
-    fs::create_directories(folder / "applications");
-    fs::create_directories(folder / "system");
-    // The MIME database without the machine's own desktop entries.
-    fs::create_directory_symlink("/usr/share/mime", folder / "system/mime");
-    std::ofstream(folder / "record") << "#!/bin/sh\necho \"$2\" >\"$0.$1\"\n";
-    fs::permissions(folder / "record", fs::perms::owner_all);
-    std::ofstream list(folder / "mimeapps.list");
-    list << "[Default Applications]\n";
-    for (const std::string type : {"application/json", "text/plain"}) {
-        const std::string name = type.substr(type.find('/') + 1);
-        list << type << "=" << name << ".desktop\n";
-        std::ofstream(folder / "applications" / (name + ".desktop"))
-            << "[Desktop Entry]\nType=Application\nName=" << name << "\nExec=" << folder.string()
-            << "/record " << name << " %f\nMimeType=" << type << ";\n";
+const fs::path& desktop = testing::privateDesktop(RUVOLA_TEST_WINDOW);
+
+/// "ID PARENT-PID" of each application started so far, sorted.
+std::vector<std::string> started() {
+    std::vector<std::string> lines;
+    std::ifstream log(desktop / "started.log");
+    for (std::string line; std::getline(log, line);) {
+        lines.push_back(line);
     }
-    setenv("XDG_DATA_HOME", folder.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
-    setenv("XDG_DATA_DIRS", (folder / "system").c_str(), 1);
-    setenv("XDG_CONFIG_DIRS", (folder / "system").c_str(), 1);
-    // No session bus: GIO's launch notice must fail at once instead of starting one.
-    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (folder / "no-bus").string()).c_str(), 1);
-    unsetenv("XDG_CURRENT_DESKTOP");
-    return folder;
-}();
+    std::ranges::sort(lines);
+    return lines;
+}
+
+std::string reasonOf(const ActionCompletion& completion) {
+    const ActionFailure* failure = completion.failure();
+    return failure != nullptr ? failure->description() : "succeeded";
+}
+
+TEST(Launcher, StartsByDesktopEntryElseFromPathAndReopensByEntry) {
+    const auto platform = platform::makePlatform();
+    platform::Launcher& launcher = platform->launcher();
+    const auto none = [](const std::string&, const std::string&) { return false; };
+    const RunningApplication files{"Files", "files",
+                                   (desktop / "applications/files.desktop").string(), 0, ""};
+    RunningApplication uninstalled = files;
+    uninstalled.desktopEntry = (desktop / "applications/uninstalled.desktop").string();
+    fs::remove(desktop / "started.log");
+
+    const std::vector<std::pair<ActionCompletion, std::string>> cases{
+        {launcher.launch(
+             "Files", [](const std::string& name, const std::string&) { return name == "Files"; }),
+         "succeeded"},
+        // The id reaches the match without ".desktop".
+        {launcher.launch("beta", [](const std::string&,
+                                    const std::string& id) { return id == "org.example.Beta"; }),
+         "succeeded"},
+        {launcher.launch("ruvola-path-app", none), "succeeded"},
+        {launcher.reopen(files), "succeeded"},
+        {launcher.reopen({"Delta", "delta", "", 0, ""}), "succeeded"}, // no entry: nothing to do
+        {launcher.launch("nothing-here", none),
+         "could not launch: no application called \"nothing-here\""},
+    };
+    for (const auto& [completion, reason] : cases) {
+        EXPECT_EQ(reasonOf(completion), reason);
+    }
+    EXPECT_NE(reasonOf(launcher.reopen(uninstalled)).find(uninstalled.desktopEntry),
+              std::string::npos);
+    ASSERT_TRUE(testing::waitUntil([] { return started().size() == 4; }, 10s));
+    std::vector<std::string> ids;
+    for (const std::string& line : started()) {
+        ids.push_back(line.substr(0, line.find(' ')));
+    }
+    EXPECT_EQ(ids, (std::vector<std::string>{"beta", "delta", "files", "files"}));
+    // The program on PATH is detached from this process.
+    EXPECT_NE(started()[1], "delta " + std::to_string(getpid()));
+
+    EXPECT_TRUE(launcher.isFileManager(files));
+    EXPECT_FALSE(launcher.isFileManager({"Files", "files", "", 0, ""}));
+    EXPECT_FALSE(launcher.isFileManager({"Beta", "org.example.Beta", "/b.desktop", 0, ""}));
+}
+
+TEST(Launcher, RunsShortcutsFromTheUsersDataFolder) {
+    const auto platform = platform::makePlatform();
+    const fs::path home = desktop / "home";
+    for (const fs::path& data : {desktop, home / ".local/share"}) {
+        fs::create_directories(data / "ruvola/shortcuts");
+        std::ofstream(data / "ruvola/shortcuts/Hello") << "#!/bin/sh\nexit 0\n";
+        std::ofstream(data / "ruvola/shortcuts/Fails") << "#!/bin/sh\nexit 2\n";
+        for (const char* name : {"Hello", "Fails"}) {
+            fs::permissions(data / "ruvola/shortcuts" / name, fs::perms::owner_all);
+        }
+    }
+    fs::remove(home / ".local/share/ruvola/shortcuts/Hello");
+    setenv("HOME", home.c_str(), 1);
+    // A relative XDG_DATA_HOME is ignored, so the one under HOME lacks "Hello".
+    for (const auto& [data, hello] : {std::pair{desktop.string(), "succeeded"},
+                                      std::pair{std::string("relative"), "could not launch"}}) {
+        setenv("XDG_DATA_HOME", data.c_str(), 1);
+        EXPECT_TRUE(reasonOf(platform->launcher().runShortcut("Hello")).starts_with(hello));
+        EXPECT_EQ(reasonOf(platform->launcher().runShortcut("Fails")), "exited with status 2");
+        EXPECT_TRUE(reasonOf(platform->launcher().runShortcut("Missing")).starts_with("could not"));
+    }
+    setenv("XDG_DATA_HOME", desktop.c_str(), 1);
+}
 
 TEST(Desktop, OpensAFileWithTheApplicationForItsTypeElseThePlainTextOne) {
     for (const std::string editor : {"plain", "json"}) {
@@ -49,12 +109,13 @@ TEST(Desktop, OpensAFileWithTheApplicationForItsTypeElseThePlainTextOne) {
             GTEST_SKIP() << "no MIME database to tell a file's type by its name (shared-mime-info)";
         }
         // Binary, so that only the editor fallback, not a look at the contents, finds plain text.
-        const fs::path file = base / (editor == "json" ? "bindings.json" : "layout.ruvola-layout");
+        const fs::path file =
+            desktop / (editor == "json" ? "bindings.json" : "layout.ruvola-layout");
         std::ofstream(file) << "\1\2";
-        ruvola::platform::makePlatform()->desktop().openInEditor(file);
-        EXPECT_TRUE(ruvola::testing::waitUntil(
+        platform::makePlatform()->desktop().openInEditor(file);
+        EXPECT_TRUE(testing::waitUntil(
             [&] {
-                std::ifstream record(base / ("record." + editor));
+                std::ifstream record(desktop / ("record." + editor));
                 std::string opened;
                 return std::getline(record, opened) && opened == file.string();
             },
@@ -64,3 +125,4 @@ TEST(Desktop, OpensAFileWithTheApplicationForItsTypeElseThePlainTextOne) {
 }
 
 } // namespace
+} // namespace ruvola

@@ -2,9 +2,7 @@
 #include "tests/support/EventLoop.hpp"
 #include "tests/support/Servers.hpp"
 
-#include <QProcess>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -31,11 +29,7 @@ protected:
     }
 
     static QString pactl(const QStringList& arguments) {
-        QProcess process;
-        process.start("pactl", arguments);
-        process.waitForFinished(5000);
-        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-        return QString::fromLocal8Bit(process.readAllStandardOutput());
+        return ruvola::testing::PulseServer::pactl(arguments);
     }
 
     // Every channel's level in percent, as pactl shows them.

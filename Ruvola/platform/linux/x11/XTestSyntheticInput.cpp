@@ -1,14 +1,15 @@
 #include "Ruvola/platform/linux/x11/XTestSyntheticInput.hpp"
 
+#include "Ruvola/platform/linux/x11/X11Display.hpp"
+
 #include <QList>
 #include <QString>
 #include <QStringDecoder>
 
-#include <X11/Xlib.h>
-#include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -16,9 +17,15 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
 namespace ruvola::platform {
 namespace {
+
+using KeySym = xcb_keysym_t;
+using KeyCode = xcb_keycode_t;
+constexpr KeySym NoSymbol = XCB_NO_SYMBOL;
 
 using namespace std::chrono_literals;
 
@@ -81,25 +88,10 @@ KeySym keysymForCharacter(char32_t character) {
     return character < 0x100 ? character : 0x01000000 | character;
 }
 
-struct CloseDisplay {
-    void operator()(Display* display) const { XCloseDisplay(display); }
-};
-using DisplayHandle = std::unique_ptr<Display, CloseDisplay>;
-
-// Xlib ends the process when a display's connection breaks; a server that goes away in the middle
-// of typing (the session ending) only ends the typing.
-void keepRunning(Display*, void*) {}
-
-DisplayHandle openDisplay() {
-    DisplayHandle display(XOpenDisplay(nullptr));
-    if (display) {
-        XSetIOErrorExitHandler(display.get(), keepRunning, nullptr);
-    }
-    int event = 0, error = 0, major = 0, minor = 0;
-    if (display && !XTestQueryExtension(display.get(), &event, &error, &major, &minor)) {
-        display.reset();
-    }
-    return display;
+// A server that goes away in the middle of typing (the session ending) ends only the typing.
+std::unique_ptr<X11Connection> openDisplay() {
+    auto x = X11Display::open();
+    return x && x->offers(xcb_test_id) ? std::move(x) : nullptr;
 }
 
 // Calls borrow the same unused keycodes, so they take turns; their keys would interleave anyway.
@@ -108,8 +100,9 @@ std::mutex& keyboardTurn() {
     return mutex;
 }
 
-void fakeKey(Display* display, KeyCode code, bool down) {
-    XTestFakeKeyEvent(display, code, down ? True : False, CurrentTime);
+void fakeKey(const X11Connection& x, KeyCode code, bool down) {
+    xcb_test_fake_input(x.get(), down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, code, XCB_CURRENT_TIME,
+                        XCB_NONE, 0, 0, 0);
 }
 
 // One call's view of the keyboard mapping and of the unused keycodes it borrows.
@@ -120,15 +113,29 @@ public:
         bool shifted;
     };
 
-    explicit Keyboard(Display* display) : display_(display) {
-        XDisplayKeycodes(display, &first_, &last_);
+    explicit Keyboard(const X11Connection& x) : x_(x) {
+        const xcb_setup_t* setup = xcb_get_setup(x.get());
+        first_ = setup->min_keycode;
+        last_ = setup->max_keycode;
         const int count = last_ - first_ + 1;
-        KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first_), count, &width_);
+        xcb_get_keyboard_mapping_reply_t* map = xcb_get_keyboard_mapping_reply(
+            x.get(),
+            xcb_get_keyboard_mapping(x.get(), static_cast<KeyCode>(first_),
+                                     static_cast<std::uint8_t>(count)),
+            nullptr);
         if (map == nullptr) {
             return;
         }
-        keysyms_.assign(map, map + static_cast<std::ptrdiff_t>(count) * width_);
-        XFree(map);
+        const KeySym* keysyms = xcb_get_keyboard_mapping_keysyms(map);
+        const int length = xcb_get_keyboard_mapping_keysyms_length(map);
+        if (map->keysyms_per_keycode > 0 && length == count * map->keysyms_per_keycode) {
+            width_ = map->keysyms_per_keycode;
+            keysyms_.assign(keysyms, keysyms + length);
+        }
+        std::free(map);
+        if (width_ == 0) {
+            return;
+        }
         for (int code = last_; code >= first_; --code) {
             const auto row = keysyms_.begin() + (code - first_) * width_;
             if (std::all_of(row, row + width_, [](KeySym keysym) { return keysym == NoSymbol; })) {
@@ -170,8 +177,8 @@ public:
         const KeyCode code = spares_[next_++];
         used_ = std::max(used_, next_);
         KeySym keysyms[] = {keysym, keysym};
-        XChangeKeyboardMapping(display_, code, 2, keysyms, 1);
-        XSync(display_, False);
+        xcb_change_keyboard_mapping(x_.get(), 1, code, 2, keysyms);
+        x_.sync();
         bound_[keysym] = code;
         return code;
     }
@@ -184,20 +191,20 @@ public:
         settle();
         KeySym none[] = {NoSymbol, NoSymbol};
         for (std::size_t index = 0; index < used_; ++index) {
-            XChangeKeyboardMapping(display_, spares_[index], 2, none, 1);
+            xcb_change_keyboard_mapping(x_.get(), 1, spares_[index], 2, none);
         }
-        XSync(display_, False);
+        x_.sync();
         used_ = next_ = 0;
         bound_.clear();
     }
 
 private:
     void settle() {
-        XSync(display_, False);
+        x_.sync();
         std::this_thread::sleep_for(mappingSettle);
     }
 
-    Display* display_;
+    const X11Connection& x_;
     int first_ = 0, last_ = -1, width_ = 0;
     std::vector<KeySym> keysyms_;
     std::vector<KeyCode> spares_;
@@ -209,12 +216,12 @@ private:
 
 bool XTestSyntheticInput::post(const Chord& chord) {
     const KeySym keysym = keysymForKeyCode(chord.keyCode);
-    const DisplayHandle display = keysym == NoSymbol ? nullptr : openDisplay();
+    const auto display = keysym == NoSymbol ? nullptr : openDisplay();
     if (!display) {
         return false;
     }
     const std::scoped_lock turn(keyboardTurn());
-    Keyboard keyboard(display.get());
+    Keyboard keyboard(*display);
     std::vector<KeyCode> modifiers;
     for (const auto& [flag, modifierKeysym] : modifierKeys) {
         if ((chord.modifiers & flag) != 0) {
@@ -233,28 +240,28 @@ bool XTestSyntheticInput::post(const Chord& chord) {
         return false;
     }
     for (const KeyCode modifier : modifiers) {
-        fakeKey(display.get(), modifier, true);
+        fakeKey(*display, modifier, true);
     }
-    fakeKey(display.get(), code, true);
-    XSync(display.get(), False);
+    fakeKey(*display, code, true);
+    display->sync();
     std::this_thread::sleep_for(keyHold);
-    fakeKey(display.get(), code, false);
+    fakeKey(*display, code, false);
     for (auto modifier = modifiers.rbegin(); modifier != modifiers.rend(); ++modifier) {
-        fakeKey(display.get(), *modifier, false);
+        fakeKey(*display, *modifier, false);
     }
-    XSync(display.get(), False);
+    display->sync();
     return true;
 }
 
 bool XTestSyntheticInput::type(const std::string& utf8) {
     QStringDecoder decoder(QStringDecoder::Utf8);
     const QString text = decoder(QByteArrayView(utf8));
-    const DisplayHandle display = decoder.hasError() ? nullptr : openDisplay();
+    const auto display = decoder.hasError() ? nullptr : openDisplay();
     if (!display) {
         return false;
     }
     const std::scoped_lock turn(keyboardTurn());
-    Keyboard keyboard(display.get());
+    Keyboard keyboard(*display);
     const auto shift = keyboard.find(XK_Shift_L, false);
     std::size_t units = 0;
     for (const char32_t character : text.toUcs4()) {
@@ -264,7 +271,7 @@ bool XTestSyntheticInput::type(const std::string& utf8) {
         }
         const std::size_t width = character > 0xFFFF ? 2 : 1;
         if (units > 0 && units + width > chunkUnits) {
-            XSync(display.get(), False);
+            display->sync();
             std::this_thread::sleep_for(chunkPause);
             units = 0;
         }
@@ -276,15 +283,29 @@ bool XTestSyntheticInput::type(const std::string& utf8) {
         }
         const bool shifted = key && key->shifted;
         if (shifted) {
-            fakeKey(display.get(), shift->code, true);
+            fakeKey(*display, shift->code, true);
         }
-        fakeKey(display.get(), code, true);
-        fakeKey(display.get(), code, false);
+        fakeKey(*display, code, true);
+        fakeKey(*display, code, false);
         if (shifted) {
-            fakeKey(display.get(), shift->code, false);
+            fakeKey(*display, shift->code, false);
         }
     }
-    XSync(display.get(), False);
+    display->sync();
+    return true;
+}
+
+bool XTestSyntheticInput::available() {
+    const char* display = std::getenv("DISPLAY");
+    const std::string displayName = display != nullptr ? display : "";
+    const std::scoped_lock lock(mutex_);
+    if (!displayName.empty() && displayName == xtestDisplay_) {
+        return true;
+    }
+    if (!openDisplay()) {
+        return false;
+    }
+    xtestDisplay_ = displayName;
     return true;
 }
 

@@ -2,6 +2,9 @@
 
 #include "Ruvola/platform/SyntheticInput.hpp"
 
+#include <mutex>
+#include <string>
+
 namespace ruvola::platform {
 
 /// Key events faked with XTest on the X display named by `$DISPLAY`. Each call opens its own
@@ -11,6 +14,14 @@ class XTestSyntheticInput final : public SyntheticInput {
 public:
     bool post(const Chord& chord) override;
     bool type(const std::string& utf8) override;
+
+    /// Whether the display offers XTest now. A display once seen offering it is not asked again;
+    /// one that failed is asked again on the next call.
+    bool available();
+
+private:
+    std::mutex mutex_;
+    std::string xtestDisplay_;
 };
 
 } // namespace ruvola::platform

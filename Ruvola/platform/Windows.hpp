@@ -1,11 +1,9 @@
 #pragma once
 
 #include "Ruvola/platform/Notifier.hpp"
-#include "RuvolaCore/ActionCompletion.hpp"
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,16 +31,17 @@ struct RunningApplication {
 /// ".desktop"; empty when it has none), is the one an action names.
 using ApplicationMatch = std::function<bool(const std::string& name, const std::string& id)>;
 
-/// The desktop's running applications and their windows, and the starting of applications.
+/// The desktop's running applications and their windows: what each kind of desktop session
+/// answers in its own way.
 ///
 /// Contract:
 /// - Every call may be made from any thread, and from many at once.
 /// - Without a desktop session that offers this (no X display, no window manager) `frontmost`
 ///   gives none, `running` gives an empty list, and the window operations give false.
 /// - Calls are synchronous but never wait on the applications themselves, only on the display.
-class Applications {
+class Windows {
 public:
-    virtual ~Applications() = default;
+    virtual ~Windows() = default;
 
     /// The application of the active window; none when no window is active.
     virtual std::optional<RunningApplication> frontmost() = 0;
@@ -59,19 +58,6 @@ public:
 
     /// Whether the application has a normal window that is mapped and not hidden.
     virtual bool hasVisibleWindow(const RunningApplication& application) = 0;
-
-    /// Whether the application is the desktop's file manager (the handler of folders).
-    virtual bool isFileManager(const RunningApplication& application) = 0;
-
-    /// Starts the first installed application whose desktop entry `matches` (by its name or id);
-    /// failing that, the program called `name` on `PATH`. Returns once it has been started, not
-    /// when it ends. An application that can't be found or started gives `CouldNotLaunch` with
-    /// the reason.
-    virtual ActionCompletion launch(const std::string& name, const ApplicationMatch& matches) = 0;
-
-    /// Starts the application's desktop entry again, which asks a running application for a new
-    /// window. Success, doing nothing, when it has no desktop entry.
-    virtual ActionCompletion reopen(const RunningApplication& application) = 0;
 };
 
 /// Reports, on the main thread, each time another application comes to the front. Momentary

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Ruvola/platform/linux/FileDescriptor.hpp"
+#include "RuvolaCore/PadAction.hpp"
+
+#include <memory>
+#include <string_view>
+
+namespace ruvola::platform {
+
+/// A keyboard device made through uinput, offering just the system keys and the modifiers of a
+/// fine step. Being a kernel device, it reaches every session, X11 or Wayland.
+class UinputKeyboard {
+public:
+    /// The virtual keyboard's device name.
+    static constexpr std::string_view deviceName = "Ruvola virtual keyboard";
+
+    /// Null when `/dev/uinput` can't be written or refuses the device.
+    static std::unique_ptr<UinputKeyboard> make();
+
+    UinputKeyboard(const UinputKeyboard&) = delete;
+    UinputKeyboard& operator=(const UinputKeyboard&) = delete;
+    ~UinputKeyboard();
+
+    /// Posts a key-down and a key-up, with Shift and Alt held around them when `fine`.
+    void press(SystemKey key, bool fine) const;
+
+private:
+    explicit UinputKeyboard(FileDescriptor fd) : fd_(std::move(fd)) {}
+
+    FileDescriptor fd_;
+};
+
+} // namespace ruvola::platform

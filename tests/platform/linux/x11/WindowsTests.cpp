@@ -1,0 +1,210 @@
+#include "Ruvola/platform/linux/DesktopEntries.hpp"
+#include "Ruvola/platform/linux/x11/EwmhFrontmostWatcher.hpp"
+#include "Ruvola/platform/linux/x11/EwmhWindows.hpp"
+#include "tests/support/PrivateDesktop.hpp"
+#include "tests/support/XDesktop.hpp"
+
+#include <QProcess>
+#include <gtest/gtest.h>
+
+#include <future>
+#include <set>
+
+using namespace std::chrono_literals;
+
+namespace ruvola {
+namespace {
+
+using platform::RunningApplication;
+
+const std::filesystem::path& desktop = testing::privateDesktop(RUVOLA_TEST_WINDOW);
+
+/// A ruvola_test_window process, ended with the test.
+class TestWindow {
+public:
+    TestWindow(const QString& windowClass, const QString& instance, int windows = 1) {
+        process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process_.start(RUVOLA_TEST_WINDOW, {"--class", windowClass, "--instance", instance,
+                                            "--windows", QString::number(windows)});
+        testing::waitUntil(
+            [&] {
+                while (process_.canReadLine()) {
+                    const QByteArray line = process_.readLine().trimmed();
+                    if (line.startsWith("window ")) {
+                        windows_.push_back(line.mid(7).toULong(nullptr, 16));
+                    }
+                    ready_ = ready_ || line == "ready";
+                }
+                return ready_ || process_.state() == QProcess::NotRunning;
+            },
+            10s);
+    }
+    ~TestWindow() {
+        process_.kill();
+        process_.waitForFinished(5000);
+    }
+
+    bool ready() const { return ready_; }
+    std::int64_t pid() const { return process_.processId(); }
+    const std::vector<Window>& windows() const { return windows_; }
+
+private:
+    QProcess process_;
+    std::vector<Window> windows_;
+    bool ready_ = false;
+};
+
+class Ewmh : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string missing = testing::XServer::missing(true); !missing.empty()) {
+            GTEST_SKIP() << missing;
+        }
+        ASSERT_TRUE(x_.start(true));
+    }
+
+    /// The running application of that name, once there is one.
+    std::optional<RunningApplication> named(const std::string& name) {
+        std::optional<RunningApplication> found;
+        testing::waitUntil(
+            [&] {
+                for (const RunningApplication& application : windows_.running()) {
+                    found = application.name == name ? application : found;
+                }
+                return found.has_value();
+            },
+            10s);
+        return found;
+    }
+
+    /// Whether it comes to the front, if only for a moment: the window manager goes through no
+    /// active window, or another of the same application's, on its way.
+    bool frontmostBecomes(const std::string& name) {
+        bool seen = false;
+        return testing::waitUntil([&] {
+            const auto front = windows_.frontmost();
+            return seen = seen || (front && front->name == name);
+        });
+    }
+
+    testing::XDesktop x_;
+    platform::DesktopEntries entries_;
+    platform::EwmhWindows windows_{entries_};
+};
+
+TEST_F(Ewmh, ListsEachApplicationOnceInTheWindowManagersOrder) {
+    TestWindow alpha("Alpha", "alpha-bin", 2), beta("Beta", "beta"), gamma("Gamma", "gamma");
+    ASSERT_TRUE(alpha.ready() && beta.ready() && gamma.ready());
+    ASSERT_TRUE(named("Gamma"));
+    const std::vector<RunningApplication> running = windows_.running();
+    const std::vector<RunningApplication> expected{
+        {"Alpha", "alpha", (desktop / "applications/alpha.desktop").string(), alpha.pid(),
+         running.at(0).key},
+        {"Beta", "org.example.Beta", (desktop / "applications/org.example.Beta.desktop").string(),
+         beta.pid(), running.at(1).key},
+        {"Gamma", "gamma", "", gamma.pid(), running.at(2).key},
+    };
+    EXPECT_EQ(running, expected);
+    EXPECT_EQ(std::set<std::string>({running[0].key, running[1].key, running[2].key}).size(), 3U);
+
+    // The newest window has the focus; many threads at once all see the same.
+    ASSERT_TRUE(frontmostBecomes("Gamma"));
+    std::vector<std::future<bool>> askers;
+    for (int thread = 0; thread < 8; ++thread) {
+        askers.push_back(std::async(std::launch::async, [&] {
+            bool same = true;
+            for (int call = 0; call < 25; ++call) {
+                same = same && windows_.running() == running && windows_.frontmost() == running[2];
+            }
+            return same;
+        }));
+    }
+    for (auto& asker : askers) {
+        EXPECT_TRUE(asker.get());
+    }
+}
+
+TEST_F(Ewmh, HidesActivatesAndWatchesEveryWindowOfAnApplication) {
+    TestWindow alpha("Alpha", "alpha-bin", 2), beta("Beta", "beta");
+    ASSERT_TRUE(alpha.ready() && beta.ready());
+    const auto alphaApp = named("Alpha"), betaApp = named("Beta");
+    ASSERT_TRUE(alphaApp && betaApp);
+    ASSERT_TRUE(frontmostBecomes("Beta"));
+
+    EXPECT_TRUE(windows_.activate(*alphaApp));
+    EXPECT_TRUE(frontmostBecomes("Alpha"));
+    EXPECT_TRUE(windows_.hide(*alphaApp));
+    EXPECT_TRUE(testing::waitUntil([&] { return !windows_.hasVisibleWindow(*alphaApp); }));
+    EXPECT_TRUE(std::ranges::all_of(alpha.windows(), [&](Window w) { return x_.hidden(w); }));
+    EXPECT_TRUE(windows_.hasVisibleWindow(*betaApp));
+    EXPECT_TRUE(windows_.activate(*alphaApp));
+    EXPECT_TRUE(frontmostBecomes("Alpha"));
+    EXPECT_TRUE(testing::waitUntil([&] {
+        return std::ranges::none_of(alpha.windows(), [&](Window w) { return x_.hidden(w); });
+    }));
+    EXPECT_TRUE(windows_.hasVisibleWindow(*alphaApp));
+
+    platform::EwmhFrontmostWatcher watcher;
+    std::vector<std::string> reports;
+    ASSERT_TRUE(watcher.start([&] {
+        const auto front = windows_.frontmost();
+        reports.push_back(front ? front->name : "none");
+    }));
+    const auto bringForward = [&](const RunningApplication& application) {
+        windows_.activate(application);
+        return testing::waitUntil(
+            [&] { return !reports.empty() && reports.back() == application.name; });
+    };
+    EXPECT_TRUE(bringForward(*betaApp));
+    reports.clear(); // past what was still settling when it started
+    EXPECT_TRUE(bringForward(*alphaApp));
+    // No active window, then another window of the same application: not a change. Had it been
+    // reported, it would be before the next switch.
+    for (const Window window : {Window{None}, alpha.windows().at(0), alpha.windows().at(1)}) {
+        x_.setActive(window);
+    }
+    EXPECT_TRUE(bringForward(*betaApp));
+    EXPECT_EQ(reports, (std::vector<std::string>{"Alpha", "Beta"}));
+
+    // A window manager that restarts leaves the watcher following its successor.
+    ASSERT_TRUE(x_.killWindowManager(true));
+    ASSERT_TRUE(testing::waitUntil([&] { return windows_.running().size() == 2; }, 10s));
+    EXPECT_TRUE(bringForward(*alphaApp));
+    EXPECT_TRUE(bringForward(*betaApp));
+    EXPECT_EQ(std::ranges::adjacent_find(reports), reports.end());
+}
+
+TEST_F(Ewmh, GivesNothingWithoutAWindowManagerOrDisplayAndRecoversAfter) {
+    TestWindow window("Gamma", "gamma");
+    const auto gamma = named("Gamma");
+    ASSERT_TRUE(gamma);
+    const auto expectNothing = [&](const char* situation, bool watcherStarts) {
+        EXPECT_FALSE(windows_.frontmost()) << situation;
+        EXPECT_TRUE(windows_.running().empty()) << situation;
+        EXPECT_FALSE(windows_.hide(*gamma)) << situation;
+        EXPECT_FALSE(windows_.activate(*gamma)) << situation;
+        EXPECT_FALSE(windows_.hasVisibleWindow(*gamma)) << situation;
+        platform::EwmhFrontmostWatcher watcher;
+        EXPECT_EQ(watcher.start([] {}), watcherStarts) << situation;
+    };
+    platform::EwmhFrontmostWatcher watcher;
+    ASSERT_TRUE(watcher.start([] {}));
+    // Its root properties stay behind, naming windows it no longer manages.
+    ASSERT_TRUE(x_.killWindowManager(false));
+    expectNothing("window manager killed", true);
+
+    const std::string display = x_.display();
+    x_.stop();
+    setenv("DISPLAY", display.c_str(), 1); // the same name, no server behind it
+    expectNothing("server gone", false);
+    testing::runEventLoop(100ms); // the watcher sees its connection close and stops
+    unsetenv("DISPLAY");
+    expectNothing("no display", false);
+
+    ASSERT_TRUE(x_.start(true));
+    TestWindow delta("Delta", "delta");
+    EXPECT_TRUE(named("Delta"));
+}
+
+} // namespace
+} // namespace ruvola
