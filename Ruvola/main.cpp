@@ -1,4 +1,4 @@
-#include "Ruvola/host/AppHost.hpp"
+#include "Ruvola/AppHost.hpp"
 
 int main(int argc, char** argv) {
     return ruvola::AppHost::run(argc, argv);

@@ -1,4 +1,4 @@
-#include "Ruvola/host/AppHost.hpp"
+#include "Ruvola/AppHost.hpp"
 #include "Ruvola/host/BuildIdentity.hpp"
 #include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/Platform.hpp"

@@ -1,4 +1,4 @@
-#include "Ruvola/host/AppHost.hpp"
+#include "Ruvola/AppHost.hpp"
 
 #include "Ruvola/RuvolaApplication.hpp"
 #include "Ruvola/cli/RuvolaCLI.hpp"
