@@ -6,7 +6,6 @@
 #include "support/Servers.hpp"
 
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -155,12 +154,9 @@ TEST_F(CommandLine, TheTrayApplicationNeedsADesktopRunsOnceAndStopsCleanly) {
         return windows.readAllStandardOutput().contains("(\"ruvola\" \"Ruvola\")");
     };
     EXPECT_FALSE(docked());
-    if (!QStandardPaths::findExecutable("trayer").isEmpty()) {
-        QProcess trayer;
-        trayer.start("trayer", {"--SetDockType", "true", "--transparent", "false"});
-        EXPECT_TRUE(testing::waitUntil(docked, 10s));
-        trayer.kill();
-        trayer.waitForFinished();
+    if (testing::XServer::missing(false, true).empty()) {
+        display.startTray();
+        EXPECT_TRUE(testing::waitUntil(docked, 60s));
     }
     // Later launches hand over to the running one and leave at once.
     EXPECT_EQ(std::get<0>(run({})), 0);
