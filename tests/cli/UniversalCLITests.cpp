@@ -29,12 +29,11 @@ TEST(UniversalCLI, AlignsHelpByCharactersAndListsEveryDoctorCheck) {
     AppIdentity identity;
     identity.slug = "x";
     identity.tagline = "T.";
-    EXPECT_EQ(UniversalCLI::help(identity,
-                                 std::vector<CLICommandHelp>{{"reticulate", "s"}, {"ünï", "3"}}),
-              "x \u2014 T.\n\n  version     print the bundled product version\n"
-              "  doctor      check universal and product prerequisites\n"
-              "  help        show this help\n  reticulate  s\n  ünï         3\n\n"
-              "With no arguments, launches the menubar app.\n");
+    // The whole text is pinned where the program prints it; here, the columns with wide letters.
+    const std::string help = UniversalCLI::help(
+        identity, std::vector<CLICommandHelp>{{"reticulate", "s"}, {"ünï", "3"}});
+    EXPECT_TRUE(help.starts_with("x \u2014 T.\n\n  version     print")) << help;
+    EXPECT_NE(help.find("\n  reticulate  s\n  ünï         3\n\n"), std::string::npos) << help;
     const BundleInfo installed{"ltd.fennick.ruvola", "x"};
     const std::string bundle = "\u2713 bundle identifier is ltd.fennick.ruvola\n";
     EXPECT_EQ(UniversalCLI::doctor(AppIdentity{}, {{"pad", true, "here", ""}}, installed),
