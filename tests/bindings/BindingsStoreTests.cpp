@@ -7,6 +7,7 @@
 #include "support/EventLoop.hpp"
 
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -148,16 +149,23 @@ TEST_F(BindingsStoreTest, ReloadsOnlyOnceABurstOfSavesInEveryStyleIsOver) {
     };
     int n = 0;
     for (int burst = 1; burst <= 3; ++burst) {
-        // Every 50 ms for 0.6 s, twenty saves at once.
+        const int before = reloads;
+        // Every 50 ms for 0.6 s, twenty saves at once. A loaded machine may hold this loop up for
+        // longer than the delay, and then a reload during the burst is right.
+        bool steady = true;
+        QElapsedTimer sinceSaves;
+        sinceSaves.start();
         for (const QDeadlineTimer end(600ms); !end.hasExpired(); runEventLoop(50ms)) {
+            steady = steady && sinceSaves.restart() < 150;
             for (int save = 0; save < 20; ++save, ++n) {
                 styles[static_cast<std::size_t>(n) % styles.size()](document(n));
             }
-            ASSERT_EQ(reloads, burst - 1) << "during burst " << burst;
         }
-        ASSERT_TRUE(testing::waitUntil([&] { return reloads == burst; }));
+        EXPECT_TRUE(!steady || reloads == before) << "reloaded during burst " << burst;
+        const int during = reloads;
+        ASSERT_TRUE(testing::waitUntil([&] { return reloads > during; }));
         runEventLoop(300ms); // past the delay: no second reload
-        ASSERT_EQ(reloads, burst);
+        ASSERT_EQ(reloads, during + 1);
         ASSERT_EQ(store->file().bindings.size(), 1u);
         EXPECT_EQ(store->file().bindings[0].name, "save " + std::to_string(n - 1));
         EXPECT_EQ(store->file().problems, Lines{});
