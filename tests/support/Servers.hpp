@@ -20,9 +20,6 @@ namespace ruvola::testing {
 /// it runs. Each server is stopped by its own process, never by name.
 class XServer {
 public:
-    XServer() = default;
-    XServer(const XServer&) = delete;
-    XServer& operator=(const XServer&) = delete;
     ~XServer() { stop(); }
 
     /// Why this machine can't run one, or empty when it can.
@@ -107,9 +104,6 @@ private:
 /// Its cookie and state go into `folder`, which also becomes HOME and the runtime folders.
 class PulseServer {
 public:
-    PulseServer() = default;
-    PulseServer(const PulseServer&) = delete;
-    PulseServer& operator=(const PulseServer&) = delete;
     ~PulseServer() { stop(); }
 
     static std::string missing() {
@@ -165,9 +159,6 @@ private:
 /// on the system bus, such as logind's.
 class Buses {
 public:
-    Buses() = default;
-    Buses(const Buses&) = delete;
-    Buses& operator=(const Buses&) = delete;
     ~Buses() {
         for (QProcess& daemon : daemons_) {
             daemon.kill();
