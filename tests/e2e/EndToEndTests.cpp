@@ -13,9 +13,7 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDir>
 #include <QMenu>
-#include <QPainter>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -105,19 +103,8 @@ protected:
             patience);
     }
 
-    // Starts a window of "Notes", which comes to the front, and waits for the pad to hear of it.
-    void openNotes(QProcess& notes) {
-        notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
-        frontmostChanged();
-    }
-
     bool shown(std::initializer_list<int> keys) {
         return std::ranges::all_of(keys, [&](int key) { return pad_.key(key).has_value(); });
-    }
-
-    static void screenshot(const QString& name) {
-        QDir().mkpath(RUVOLA_ARTEFACTS_DIR);
-        QProcess::execute("import", {"-window", "root", RUVOLA_ARTEFACTS_DIR "/" + name});
     }
 
     QTemporaryDir home_;
@@ -134,18 +121,6 @@ TEST_F(EndToEnd, StarterKeysShowAndThePanelOpensUnderTheTrayIcon) {
     ASSERT_TRUE(waitUntil([&] { return shown({1, 2, 3, 4, 5, 6}); }, patience));
     EXPECT_TRUE(logged("INFO Starting Ruvola 0.4.0 (1)"));
     EXPECT_TRUE(logged("INFO Connected to Soomfon Stream Controller SE, firmware unknown"));
-    QImage keys(3 * 72, 2 * 72, QImage::Format_RGB32);
-    keys.fill(Qt::black);
-    QPainter painter(&keys);
-    const std::array<QImage, 6> upright = application_.keyImages();
-    for (int key = 1; key <= 6; ++key) {
-        const QImage& image = upright[static_cast<std::size_t>(key - 1)];
-        ASSERT_EQ(image.size(), QSize(64, 64)) << key;
-        painter.drawImage(QPoint((key - 1) % 3 * 72 + 4, (key - 1) / 3 * 72 + 4), image);
-    }
-    painter.end();
-    keys.save(RUVOLA_ARTEFACTS_DIR "/keys.png");
-
     // Docked in the tray, 120 by 32 pixels at the top right of the 1280 wide screen.
     ASSERT_TRUE(waitUntil(
         [&] { return QRect(1160, 0, 120, 32).contains(host_->trayIcon().geometry().center()); },
@@ -160,8 +135,6 @@ TEST_F(EndToEnd, StarterKeysShowAndThePanelOpensUnderTheTrayIcon) {
                    panel.left() <= icon.center().x() && icon.center().x() <= panel.right();
         },
         patience));
-    testing::runEventLoop(300ms); // let it paint
-    screenshot("tray-panel.png");
     host_->togglePanel();
     EXPECT_FALSE(host_->panel().isVisible());
 }
@@ -207,7 +180,13 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
 
     // A real application with its own binding for key 2 comes to the front, then goes.
     QProcess notes;
-    EXPECT_EQ(next([&] { openNotes(notes); }, 2), (Strings{"BAT 2", "STP"}));
+    EXPECT_EQ(next(
+                  [&] {
+                      notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
+                      frontmostChanged();
+                  },
+                  2),
+              (Strings{"BAT 2", "STP"}));
     EXPECT_EQ(next(
                   [&] {
                       notes.kill();
@@ -279,19 +258,18 @@ TEST_F(EndToEnd, TheIconHidesComesBackOnReopenAndStaysHiddenAtLogin) {
     EXPECT_TRUE(logged("INFO Status item restored on reopen"));
 }
 
-TEST_F(EndToEnd, APadPulledOutMidImageAndANewWindowManagerLeaveNoStaleKey) {
-    save(R"({"bindings": [
+TEST_F(EndToEnd, APadPulledOutMidImageLeavesNoStaleKey) {
+    const auto layout = [](int rotation) {
+        return R"({"settings": {"rotation": )" + std::to_string(rotation) + R"(}, "bindings": [
   {"control": "key 1", "name": "One", "shell": "true"},
-  {"control": "key 2", "name": "Two", "shell": "true"},
-  {"control": "key 2", "when": ["Notes"], "name": "Notes", "shell": "true"}]})");
+  {"control": "key 2", "name": "Two", "shell": "true"}]})";
+    };
+    save(layout(90));
     launch();
     ASSERT_TRUE(waitUntil([&] { return shown({1, 2}); }, patience));
 
     pad_.refuseAfter(1, ENODEV); // the first image's second chunk fails: the pad is gone
-    save(R"({"settings": {"rotation": 0}, "bindings": [
-  {"control": "key 1", "name": "One", "shell": "true"},
-  {"control": "key 2", "name": "Two", "shell": "true"},
-  {"control": "key 2", "when": ["Notes"], "name": "Notes", "shell": "true"}]})");
+    save(layout(0));
     EXPECT_TRUE(logged("INFO The pad refused a command (0x00000013); another app may hold it"));
     pad_.unplug();
     pad_.acceptWrites();
@@ -300,16 +278,6 @@ TEST_F(EndToEnd, APadPulledOutMidImageAndANewWindowManagerLeaveNoStaleKey) {
     EXPECT_EQ(Strings(replugged.end() - 3, replugged.end()), (Strings{"BAT 1", "BAT 2", "STP"}));
     EXPECT_TRUE(shown({1, 2}));
     EXPECT_TRUE(pad_.violations.empty());
-
-    // Another window manager takes over, as after a crash or an upgrade; windows keep working.
-    QProcess manager, notes;
-    manager.start("openbox", {"--replace", "--sm-disable"});
-    ASSERT_TRUE(manager.waitForStarted());
-    EXPECT_EQ(next([&] { openNotes(notes); }, 2), (Strings{"BAT 2", "STP"}));
-    notes.kill();
-    notes.waitForFinished();
-    manager.kill();
-    manager.waitForFinished();
 }
 
 } // namespace
@@ -328,9 +296,6 @@ int main(int argc, char** argv) {
     for (const std::string& lacking :
          {ruvola::testing::Buses::missing(), ruvola::testing::PulseServer::missing()}) {
         missing = missing.empty() ? lacking : missing;
-    }
-    if (missing.empty() && QStandardPaths::findExecutable("import").isEmpty()) {
-        missing = "import is not installed";
     }
     QTemporaryDir folder;
     ruvola::testing::Buses buses;
