@@ -159,16 +159,10 @@ TEST_F(PadConnectionTest, WatchPrintsEveryStatusAndInput) {
     Strings lines;
     RuvolaCLI::watch(*connection_, [&](const std::string& line) { lines.push_back(line); });
     ASSERT_TRUE(waitUntil([&] { return !lines.empty(); }));
-    for (const auto& [code, state] :
-         std::vector<std::pair<std::uint8_t, std::uint8_t>>{{0x01, 1},
-                                                            {0x01, 0},
-                                                            {0x25, 1},
-                                                            {0x35, 1},
-                                                            {0x07, 1},
-                                                            {0x35, 0},
-                                                            {0x90, 0},
-                                                            {0x91, 0},
-                                                            {0x60, 0}}) {
+    // Key 1, button 1, middle knob, the unknown control 0x07, then the turns.
+    const std::uint8_t reports[][2] = {{0x01, 1}, {0x01, 0}, {0x25, 1}, {0x35, 1}, {0x07, 1},
+                                       {0x35, 0}, {0x90, 0}, {0x91, 0}, {0x60, 0}};
+    for (const auto& [code, state] : reports) {
         pad_.report(code, state);
     }
     pad_.reportBytes({'A', 'C', 'K'}); // dropped, like the unknown control 0x07
