@@ -20,7 +20,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <fstream>
 #include <string_view>
 
@@ -255,28 +254,6 @@ TEST_F(EndToEnd, TheIconHidesComesBackOnReopenAndStaysHiddenAtLogin) {
     host_->reopen();
     EXPECT_TRUE(host_->trayIcon().isVisible());
     EXPECT_TRUE(logged("INFO Status item restored on reopen"));
-}
-
-TEST_F(EndToEnd, APadPulledOutMidImageLeavesNoStaleKey) {
-    const auto layout = [](int rotation) {
-        return R"({"settings": {"rotation": )" + std::to_string(rotation) + R"(}, "bindings": [
-  {"control": "key 1", "name": "One", "shell": "true"},
-  {"control": "key 2", "name": "Two", "shell": "true"}]})";
-    };
-    save(layout(90));
-    launch();
-    ASSERT_TRUE(waitUntil([&] { return shown({1, 2}); }, patience));
-
-    pad_.refuseAfter(1, ENODEV); // the first image's second chunk fails: the pad is gone
-    save(layout(0));
-    EXPECT_TRUE(logged("INFO The pad refused a command (0x00000013); another app may hold it"));
-    pad_.unplug();
-    pad_.acceptWrites();
-    // Started afresh, with both keys drawn whole.
-    const Strings replugged = next([&] { pad_.plugIn(); }, 9);
-    EXPECT_EQ(Strings(replugged.end() - 3, replugged.end()), (Strings{"BAT 1", "BAT 2", "STP"}));
-    EXPECT_TRUE(shown({1, 2}));
-    EXPECT_TRUE(pad_.violations.empty());
 }
 
 } // namespace

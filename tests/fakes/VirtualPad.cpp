@@ -120,10 +120,6 @@ void VirtualPad::plugIn() {
 }
 
 int VirtualPad::take(std::span<const std::uint8_t> report) {
-    if (refuseAfter_ && (*refuseAfter_)-- == 0) {
-        refusing_ = refuseError_;
-        refuseAfter_.reset();
-    }
     if (refusing_ != 0) {
         return refusing_;
     }
