@@ -36,6 +36,8 @@ public:
     int brightness() const { return brightness_; }
     const std::optional<QImage>& key(int index) const;
     bool halted() const { return halted_; }
+    /// The bytes of the last key image that arrived in full, as the pad put them together.
+    std::vector<std::uint8_t> lastImage;
 
     /// The firmware feature report's bytes, or nothing to make the read fail.
     std::optional<std::vector<std::uint8_t>> firmware;
