@@ -6,9 +6,12 @@
 #include "RuvolaCore/StarterBindings.hpp"
 #include "support/EventLoop.hpp"
 
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 
 namespace ruvola {
@@ -96,28 +99,76 @@ TEST_F(BindingsStoreTest, EditWritesTheStarterOnceAndOpensIt) {
     EXPECT_EQ(opened.size(), 2u);
 }
 
-TEST_F(BindingsStoreTest, ReloadsOnceAfterEachBurstOfSaves) {
+TEST_F(BindingsStoreTest, ReloadsOnceAfterEachKindOfChange) {
     const auto store = makeStore(true);
     store->startWatching();
     const fs::path saved = url.parent_path().parent_path() / "saved";
-    const auto quickSave = [&](const std::string& text) { write(url, text), runEventLoop(20ms); };
-    // Saves closer together than the reload's delay, one in place, an atomic one from elsewhere,
-    // the folder removed and made again, and the file deleted.
-    const std::vector<std::pair<std::function<void()>, std::size_t>> saves{
-        {[&] { quickSave(starter), quickSave("{ not yet"), quickSave(one); }, 1},
+    // An atomic save from elsewhere, the folder removed and made again, and the file deleted.
+    const std::vector<std::pair<std::function<void()>, std::size_t>> changes{
         {[&] { write(url, starter); }, 9},
         {[&] { write(saved, R"({"bindings": []})"), fs::rename(saved, url); }, 0},
         {[&] { fs::remove_all(url.parent_path()); }, 9},
         {[&] { write(url, one); }, 1},
         {[&] { fs::remove(url); }, 9},
     };
-    for (const auto& [change, bindings] : saves) {
+    for (const auto& [change, bindings] : changes) {
         const int before = reloads;
         change();
         EXPECT_TRUE(testing::waitUntil(
             [&] { return reloads > before && store->file().bindings.size() == bindings; }));
         runEventLoop(before == 0 ? 400ms : 0ms);
         EXPECT_EQ(reloads, before + 1);
+    }
+}
+
+// Bursts outlast the delay many times over, so only a store that waits for a quiet spell after
+// the last save, rather than reloading at most once per delay, reloads once and with the last.
+TEST_F(BindingsStoreTest, ReloadsOnlyOnceABurstOfSavesInEveryStyleIsOver) {
+    const auto store = makeStore(true);
+    write(url, "{}");
+    store->startWatching();
+    const fs::path elsewhere = url.parent_path() / ".bindings.json.part";
+    // Renamed over, rewritten in place then cut, truncated then written, deleted then made anew.
+    const std::array<std::function<void(const std::string&)>, 4> styles{
+        [&](const std::string& text) { write(elsewhere, text), fs::rename(elsewhere, url); },
+        [&](const std::string& text) {
+            std::fstream(url, std::ios::binary | std::ios::in | std::ios::out) << text;
+            fs::resize_file(url, text.size());
+        },
+        [&](const std::string& text) {
+            fs::resize_file(url, 0);
+            std::ofstream(url, std::ios::binary | std::ios::app) << text;
+        },
+        [&](const std::string& text) { fs::remove(url), write(url, text); },
+    };
+    // Save n names key 1 "save n"; the padding varies the length, so an in-place rewrite that
+    // forgot to cut the file's end would leave the previous save's tail behind.
+    const auto document = [](int n) {
+        return R"({"bindings": [{"control": "key 1", "name": "save )" + std::to_string(n) +
+               R"(", "shell": "true"}]})" + std::string(static_cast<std::size_t>(n % 7 * 40), ' ');
+    };
+    int n = 0;
+    for (int burst = 1; burst <= 3; ++burst) {
+        const int before = reloads;
+        // Every 50 ms for 0.6 s, twenty saves at once. A loaded machine may hold this loop up for
+        // longer than the delay, and then a reload during the burst is right.
+        bool steady = true;
+        QElapsedTimer sinceSaves;
+        sinceSaves.start();
+        for (const QDeadlineTimer end(600ms); !end.hasExpired(); runEventLoop(50ms)) {
+            steady = steady && sinceSaves.restart() < 150;
+            for (int save = 0; save < 20; ++save, ++n) {
+                styles[static_cast<std::size_t>(n) % styles.size()](document(n));
+            }
+        }
+        EXPECT_TRUE(!steady || reloads == before) << "reloaded during burst " << burst;
+        const int during = reloads;
+        ASSERT_TRUE(testing::waitUntil([&] { return reloads > during; }));
+        runEventLoop(300ms); // past the delay: no second reload
+        ASSERT_EQ(reloads, during + 1);
+        ASSERT_EQ(store->file().bindings.size(), 1u);
+        EXPECT_EQ(store->file().bindings[0].name, "save " + std::to_string(n - 1));
+        EXPECT_EQ(store->file().problems, Lines{});
     }
 }
 

@@ -6,7 +6,6 @@
 #include "support/Servers.hpp"
 
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -48,11 +47,9 @@ TEST_F(CommandLine, AnswersEveryCommand) {
         "  check    validate ~/.config/ruvola/bindings.json\n\n"
         "With no arguments, launches the menubar app.\n";
     const std::string version = UniversalCLI::version(buildIdentity());
-    const std::string broken = R"({"settings": {"rotation": 45}, "bindings": [
+    const std::string broken = R"({"bindings": [
         {"control": "key 1", "shell": "ok"}, {"control": "key 2", "keystroke": "cmd c, cmd v"}]})";
-    const std::string problems = "\u2717 settings: rotation is 0, 90, 180 or 270\n"
-                                 "\u2717 key 2: \"cmd c, cmd v\" isn't a single key chord\n";
-    const std::string garbage = "\u2717 bindings.json isn't valid JSON\n";
+    const std::string problem = "\u2717 key 2: \"cmd c, cmd v\" isn't a single key chord\n";
     // Each row's bindings file is written first: "" leaves it, "/" puts a folder in its place.
     const std::vector<std::tuple<QStringList, std::string, int, std::string, std::string>> rows{
         {{"help"}, "", 0, help, ""},
@@ -64,9 +61,7 @@ TEST_F(CommandLine, AnswersEveryCommand) {
         {{"Help"}, "", 2, help, "error: unknown command: Help\n"},
         {{"check"}, "", 0, "no " + bindings.string() + "; using the defaults\n", ""},
         {{"check", "x"}, std::string(starterBindings::text()), 0, "9 bindings\n", ""},
-        {{"check"}, broken, 1, "1 bindings\n", problems},
-        {{"check"}, "\x89\x1a\xff", 1, "0 bindings\n", garbage},
-        {{"check"}, std::string(50 << 20, '{'), 1, "0 bindings\n", garbage},
+        {{"check"}, broken, 1, "1 bindings\n", problem},
         {{"check"}, "/", 0, "9 bindings\n", ""},
     };
     for (const auto& [arguments, file, exitCode, out, err] : rows) {
@@ -147,21 +142,6 @@ TEST_F(CommandLine, TheTrayApplicationNeedsADesktopRunsOnceAndStopsCleanly) {
     };
     ASSERT_TRUE(
         testing::waitUntil([&] { return logText().find("Starting") != std::string::npos; }, 10s));
-    // No tray when it started: the icon docks once one appears.
-    const auto docked = [] {
-        QProcess windows;
-        windows.start("xwininfo", {"-root", "-tree"});
-        windows.waitForFinished();
-        return windows.readAllStandardOutput().contains("(\"ruvola\" \"Ruvola\")");
-    };
-    EXPECT_FALSE(docked());
-    if (!QStandardPaths::findExecutable("trayer").isEmpty()) {
-        QProcess trayer;
-        trayer.start("trayer", {"--SetDockType", "true", "--transparent", "false"});
-        EXPECT_TRUE(testing::waitUntil(docked, 10s));
-        trayer.kill();
-        trayer.waitForFinished();
-    }
     // Later launches hand over to the running one and leave at once.
     EXPECT_EQ(std::get<0>(run({})), 0);
     EXPECT_EQ(std::get<0>(run({"--login-launch"})), 0);

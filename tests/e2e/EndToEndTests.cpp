@@ -13,15 +13,13 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDir>
 #include <QMenu>
-#include <QPainter>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <fstream>
 #include <string_view>
 
@@ -32,14 +30,12 @@ using namespace std::chrono_literals;
 using testing::waitUntil;
 using Strings = std::vector<std::string>;
 
+// A loaded machine running other tests may take many seconds to start or dock anything; a wait
+// that succeeds ends as soon as its condition holds.
+constexpr auto patience = 60s;
+
 // Set up once by main(): why this machine can't run the scenario, or nothing.
 std::string* unavailable = nullptr;
-
-void startTray(QProcess& tray) {
-    tray.start("trayer", {"--edge", "top", "--align", "right", "--widthtype", "pixel", "--width",
-                          "120", "--heighttype", "pixel", "--height", "32", "--SetDockType", "true",
-                          "--transparent", "false"});
-}
 
 class EndToEnd : public ::testing::Test {
 protected:
@@ -77,7 +73,7 @@ protected:
     Strings next(const std::function<void()>& change, std::size_t count) {
         pad_.received.clear();
         change();
-        waitUntil([&] { return pad_.received.size() >= count; }, 10s);
+        waitUntil([&] { return pad_.received.size() >= count; }, patience);
         testing::runEventLoop(300ms); // room for anything that should not come
         Strings received;
         for (const std::string& report : pad_.received) {
@@ -87,7 +83,7 @@ protected:
     }
 
     bool logged(const std::string& line) {
-        return waitUntil([&] { return logger_.contains(line); }, 10s);
+        return waitUntil([&] { return logger_.contains(line); }, patience);
     }
 
     // openbox may not have looked at its queue yet: a root property change wakes it.
@@ -96,18 +92,18 @@ protected:
                           {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
     }
 
-    // Starts a window of "Notes", which comes to the front, and waits for the pad to hear of it.
-    void openNotes(QProcess& notes) {
-        notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
-        waitUntil([&] {
-            poke();
-            return !pad_.received.empty();
-        });
+    // Waits for the pad to hear of a change of the frontmost window.
+    void frontmostChanged() {
+        waitUntil(
+            [&] {
+                poke();
+                return !pad_.received.empty();
+            },
+            patience);
     }
 
-    static void screenshot(const QString& name) {
-        QDir().mkpath(RUVOLA_ARTEFACTS_DIR);
-        QProcess::execute("import", {"-window", "root", RUVOLA_ARTEFACTS_DIR "/" + name});
+    bool shown(std::initializer_list<int> keys) {
+        return std::ranges::all_of(keys, [&](int key) { return pad_.key(key).has_value(); });
     }
 
     QTemporaryDir home_;
@@ -121,32 +117,22 @@ protected:
 
 TEST_F(EndToEnd, StarterKeysShowAndThePanelOpensUnderTheTrayIcon) {
     launch();
-    ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 13; }, 10s));
-    EXPECT_TRUE(logged("INFO Starting Ruvola 0.4.0 (1)"));
+    ASSERT_TRUE(waitUntil([&] { return shown({1, 2, 3, 4, 5, 6}); }, patience));
     EXPECT_TRUE(logged("INFO Connected to Soomfon Stream Controller SE, firmware unknown"));
-    QImage keys(3 * 72, 2 * 72, QImage::Format_RGB32);
-    keys.fill(Qt::black);
-    QPainter painter(&keys);
-    const std::array<QImage, 6> upright = application_.keyScreens().images();
-    for (int key = 1; key <= 6; ++key) {
-        ASSERT_TRUE(pad_.key(key).has_value()) << key;
-        const QImage& shown = upright[static_cast<std::size_t>(key - 1)];
-        ASSERT_EQ(shown.size(), QSize(64, 64)) << key;
-        painter.drawImage(QPoint((key - 1) % 3 * 72 + 4, (key - 1) / 3 * 72 + 4), shown);
-    }
-    painter.end();
-    keys.save(RUVOLA_ARTEFACTS_DIR "/keys.png");
-
-    // Docked in the tray at the screen's top right, not where the icon waits to be docked.
-    ASSERT_TRUE(waitUntil([&] { return host_->trayIcon().geometry().x() > 640; }, 10s));
+    // Docked in the tray, 120 by 32 pixels at the top right of the 1280 wide screen.
+    ASSERT_TRUE(waitUntil(
+        [&] { return QRect(1160, 0, 120, 32).contains(host_->trayIcon().geometry().center()); },
+        patience));
     host_->togglePanel();
-    ASSERT_TRUE(waitUntil([&] { return host_->panel().isVisible(); }));
-    testing::runEventLoop(300ms); // let it paint
-    screenshot("tray-panel.png");
-    const QRect icon = host_->trayIcon().geometry();
-    const QRect panel = host_->panel().window()->geometry();
-    EXPECT_LE(std::abs(panel.top() - icon.bottom()), 12);
-    EXPECT_TRUE(panel.left() <= icon.center().x() && icon.center().x() <= panel.right());
+    // Shown just under the icon and across its middle, once the window manager has placed it.
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const QRect icon = host_->trayIcon().geometry();
+            const QRect panel = host_->panel().window()->geometry();
+            return host_->panel().isVisible() && std::abs(panel.top() - icon.bottom()) <= 12 &&
+                   panel.left() <= icon.center().x() && icon.center().x() <= panel.right();
+        },
+        patience));
     host_->togglePanel();
     EXPECT_FALSE(host_->panel().isVisible());
 }
@@ -168,7 +154,7 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
     };
     save(layout(60, "Play"));
     launch();
-    ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 10; }, 10s));
+    ASSERT_TRUE(waitUntil([&] { return shown({1, 2, 5}); }, patience));
 
     pad_.report(0x05, 1);
     pad_.report(0x05, 0);
@@ -192,46 +178,55 @@ TEST_F(EndToEnd, PressesLayoutChangesFrontmostApplicationsAndWakeReachThePad) {
 
     // A real application with its own binding for key 2 comes to the front, then goes.
     QProcess notes;
-    EXPECT_EQ(next([&] { openNotes(notes); }, 2), (Strings{"BAT 2", "STP"}));
+    EXPECT_EQ(next(
+                  [&] {
+                      notes.start(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"});
+                      frontmostChanged();
+                  },
+                  2),
+              (Strings{"BAT 2", "STP"}));
     EXPECT_EQ(next(
                   [&] {
                       notes.kill();
                       notes.waitForFinished();
-                      waitUntil([&] {
-                          poke();
-                          return !pad_.received.empty();
-                      });
+                      frontmostChanged();
                   },
                   2),
               (Strings{"BAT 2", "STP"}));
 
-    const Strings restart{"DIS",   "LIG 0", "LIG 30", "CLE 255", "STP",
-                          "BAT 1", "BAT 2", "BAT 5",  "STP"};
-    EXPECT_EQ(next([&] { pad_.unplug(), pad_.plugIn(); }, 10).size(), 10U);
-    // logind's announcement that the system is awake again, on the stand-in system bus.
-    EXPECT_EQ(next(
-                  [] {
-                      QDBusConnection::systemBus().send(
-                          QDBusMessage::createSignal("/org/freedesktop/login1",
-                                                     "org.freedesktop.login1.Manager",
-                                                     "PrepareForSleep")
-                          << false);
-                  },
-                  9),
-              restart);
+    // Unplugged and back, then logind's announcement that the system is awake again on the
+    // stand-in system bus: each starts the pad again and redraws its keys.
+    const auto redrawn = [](const Strings& reports) {
+        return reports.size() > 4 && Strings(reports.end() - 4, reports.end()) ==
+                                         Strings{"BAT 1", "BAT 2", "BAT 5", "STP"};
+    };
+    EXPECT_TRUE(redrawn(next([&] { pad_.unplug(), pad_.plugIn(); }, 10)));
+    const Strings woke = next(
+        [] {
+            QDBusConnection::systemBus().send(
+                QDBusMessage::createSignal("/org/freedesktop/login1",
+                                           "org.freedesktop.login1.Manager", "PrepareForSleep")
+                << false);
+        },
+        9);
+    EXPECT_EQ(woke.front(), "DIS");
+    EXPECT_TRUE(redrawn(woke)) << ::testing::PrintToString(woke);
+    EXPECT_EQ(pad_.brightness(), 30);
     EXPECT_TRUE(logger_.contains("INFO Woke from sleep; restarting the pad"));
 
     // A file broken while running: its problems show in the panel, its keys keep their looks.
     save(R"({"bindings": [{"control": "key 9"}, {"control": "key 1", "shell": 3}]})");
-    EXPECT_TRUE(waitUntil([&] {
-        for (const PanelEntry& entry : host_->panelContent()) {
-            const auto* row = entry.as<PanelRow>();
-            if (row != nullptr && row->id == "controls" && row->trailing == "2 to Fix") {
-                return true;
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            for (const PanelEntry& entry : host_->panelContent()) {
+                const auto* row = entry.as<PanelRow>();
+                if (row != nullptr && row->id == "controls" && row->trailing == "2 to Fix") {
+                    return true;
+                }
             }
-        }
-        return false;
-    }));
+            return false;
+        },
+        patience));
     EXPECT_TRUE(pad_.violations.empty());
 }
 
@@ -261,82 +256,36 @@ TEST_F(EndToEnd, TheIconHidesComesBackOnReopenAndStaysHiddenAtLogin) {
     EXPECT_TRUE(logged("INFO Status item restored on reopen"));
 }
 
-TEST_F(EndToEnd, APadPulledOutMidImageAndANewWindowManagerLeaveNoStaleKey) {
-    save(R"({"bindings": [
-  {"control": "key 1", "name": "One", "shell": "true"},
-  {"control": "key 2", "name": "Two", "shell": "true"},
-  {"control": "key 2", "when": ["Notes"], "name": "Notes", "shell": "true"}]})");
-    launch();
-    ASSERT_TRUE(waitUntil([&] { return pad_.received.size() >= 9; }, 10s));
-
-    pad_.refuseAfter(1, ENODEV); // the first image's second chunk fails: the pad is gone
-    save(R"({"settings": {"rotation": 0}, "bindings": [
-  {"control": "key 1", "name": "One", "shell": "true"},
-  {"control": "key 2", "name": "Two", "shell": "true"},
-  {"control": "key 2", "when": ["Notes"], "name": "Notes", "shell": "true"}]})");
-    EXPECT_TRUE(logged("INFO The pad refused a command (0x00000013); another app may hold it"));
-    pad_.unplug();
-    pad_.acceptWrites();
-    EXPECT_EQ(next([&] { pad_.plugIn(); }, 9),
-              (Strings{"feature 1", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP", "BAT 1", "BAT 2",
-                       "STP"}));
-    EXPECT_TRUE(pad_.violations.empty());
-
-    // Another window manager takes over, as after a crash or an upgrade; windows keep working.
-    QProcess manager, notes;
-    manager.start("openbox", {"--replace", "--sm-disable"});
-    ASSERT_TRUE(manager.waitForStarted());
-    EXPECT_EQ(next([&] { openNotes(notes); }, 2), (Strings{"BAT 2", "STP"}));
-    notes.kill();
-    notes.waitForFinished();
-    manager.kill();
-    manager.waitForFinished();
-}
-
 } // namespace
 } // namespace ruvola
 
 int main(int argc, char** argv) {
-    using namespace std::chrono_literals;
+    using ruvola::patience;
     // The scenario's own servers: X with openbox and a tray, a sound server, a session bus, and a
     // system bus it owns logind on.
-    std::string missing = ruvola::testing::XServer::missing(true);
-    bool listing = false; // listing the tests needs no servers
+    std::string missing = ruvola::testing::XServer::missing(true, true);
     for (int index = 1; index < argc; ++index) {
-        listing = listing || std::string_view(argv[index]).starts_with("--gtest_list_tests");
-    }
-    if (listing) {
-        missing = "only listing";
-    }
-    for (const char* tool : {"trayer", "dbus-daemon", "xprop", "import"}) {
-        if (missing.empty() && QStandardPaths::findExecutable(tool).isEmpty()) {
-            missing = std::string(tool) + " is not installed";
+        if (std::string_view(argv[index]).starts_with("--gtest_list_tests")) {
+            missing = "only listing"; // listing the tests needs no servers
         }
+    }
+    for (const std::string& lacking :
+         {ruvola::testing::Buses::missing(), ruvola::testing::PulseServer::missing()}) {
+        missing = missing.empty() ? lacking : missing;
     }
     QTemporaryDir folder;
-    ruvola::testing::XServer display;
-    QProcess tray, bus, sessionBus;
+    ruvola::testing::Buses buses;
     ruvola::testing::PulseServer sound;
+    ruvola::testing::XServer display;
     if (missing.empty()) {
-        missing = ruvola::testing::PulseServer::missing();
-    }
-    if (missing.empty()) {
-        // Private buses: nothing reaches the user's session, and logind is ours to play.
-        for (auto [process, variable, socket] :
-             {std::tuple{&bus, "DBUS_SYSTEM_BUS_ADDRESS", "system.sock"},
-              std::tuple{&sessionBus, "DBUS_SESSION_BUS_ADDRESS", "session.sock"}}) {
-            const QString address = "unix:path=" + folder.filePath(socket);
-            process->start("dbus-daemon", {"--config-file=/usr/share/dbus-1/session.conf",
-                                           "--address=" + address, "--nofork"});
-            setenv(variable, address.toLocal8Bit().constData(), 1);
-        }
+        buses.start(folder.path());
         if (!sound.start(folder.path())) {
             missing = "the sound server did not start";
         }
         if (!display.start(true)) {
             missing = "the X server or openbox did not start";
         }
-        ruvola::startTray(tray);
+        display.startTray();
     }
     qputenv("QT_QPA_PLATFORM", missing.empty() ? "xcb" : "offscreen");
     QApplication application(argc, argv);
@@ -347,21 +296,12 @@ int main(int argc, char** argv) {
                 return QDBusConnection::systemBus().isConnected() &&
                        QDBusConnection::systemBus().registerService("org.freedesktop.login1");
             },
-            10s);
-        if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-            ruvola::testing::waitUntil([] { return QSystemTrayIcon::isSystemTrayAvailable(); },
-                                       10s);
-        }
+            patience);
+        ruvola::testing::waitUntil([] { return QSystemTrayIcon::isSystemTrayAvailable(); },
+                                   patience);
     } else {
         ruvola::unavailable = &missing;
     }
     testing::InitGoogleTest(&argc, argv);
-    const int result = RUN_ALL_TESTS();
-    tray.kill();
-    tray.waitForFinished();
-    for (QProcess* process : {&bus, &sessionBus}) {
-        process->kill();
-        process->waitForFinished();
-    }
-    return result;
+    return RUN_ALL_TESTS();
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 
 namespace ruvola::testing {
 
@@ -119,10 +120,6 @@ void VirtualPad::plugIn() {
 }
 
 int VirtualPad::take(std::span<const std::uint8_t> report) {
-    if (refuseAfter_ && (*refuseAfter_)-- == 0) {
-        refusing_ = refuseError_;
-        refuseAfter_.reset();
-    }
     if (refusing_ != 0) {
         return refusing_;
     }
@@ -139,61 +136,48 @@ int VirtualPad::take(std::span<const std::uint8_t> report) {
 }
 
 void VirtualPad::command(std::span<const std::uint8_t> report) {
-    const std::string prefix(report.begin(), report.begin() + 5);
-    if (prefix != std::string("CRT\0\0", 5)) {
-        violations.push_back("no CRT prefix");
+    // Each command by its name, with where its payload ends: the rest must be zeros.
+    static const std::map<std::string, std::ptrdiff_t> ends{
+        {"BAT", 13}, {"CLE", 12}, {"CONNECT", 12}, {"DIS", 8}, {"HAN", 8}, {"LIG", 11}, {"STP", 8}};
+    const std::string body(report.begin() + 5, report.begin() + 12);
+    const auto known = std::find_if(ends.begin(), ends.end(),
+                                    [&](const auto& end) { return body.starts_with(end.first); });
+    if (!std::equal(report.begin(), report.begin() + 5, "CRT\0\0") || known == ends.end()) {
+        violations.push_back("unknown command " + body);
         return;
     }
-    const std::string body(report.begin() + 5, report.begin() + 12);
+    const std::string& name = known->first;
+    if (!std::all_of(report.begin() + known->second, report.end(), [](auto b) { return b == 0; })) {
+        violations.push_back(name + " has bytes after its payload");
+    }
     const auto payload = report.subspan(8);
-    // The payload must be followed by zeros only, up to the end of the report.
-    const auto zerosFrom = [&](std::size_t offset) {
-        if (!std::all_of(report.begin() + static_cast<std::ptrdiff_t>(offset), report.end(),
-                         [](std::uint8_t byte) { return byte == 0; })) {
-            violations.push_back(body.substr(0, 3) + " has bytes after its payload");
-        }
-    };
-    if (body == "CONNECT") {
-        zerosFrom(12);
-        received.emplace_back("CONNECT");
-    } else if (body.starts_with("DIS") || body.starts_with("STP") || body.starts_with("HAN")) {
-        zerosFrom(8);
-        received.push_back(body.substr(0, 3));
-        if (body.starts_with("DIS")) {
-            halted_ = false;
-        } else if (body.starts_with("HAN")) {
-            halted_ = true;
-        } else {
-            shown_ = pending_;
-        }
-    } else if (body.starts_with("LIG")) {
-        zerosFrom(11);
-        brightness_ = payload[2];
-        received.push_back("LIG " + std::to_string(brightness_));
-    } else if (body.starts_with("CLE")) {
-        zerosFrom(12);
-        if (payload[2] == 'D' && payload[3] == 'C') {
-            received.emplace_back("CLE DC");
-            pending_.fill(std::nullopt);
-            shown_.fill(std::nullopt);
-        } else {
-            received.push_back("CLE " + std::to_string(payload[3]));
-            if (payload[3] == 0xFF) {
-                pending_.fill(std::nullopt);
-            } else if (payload[3] >= 1 && payload[3] <= 6) {
-                pending_[payload[3]].reset();
-            }
-        }
-    } else if (body.starts_with("BAT")) {
-        zerosFrom(13);
+    if (name == "BAT") {
         const std::size_t length = std::size_t{payload[0]} << 24 | std::size_t{payload[1]} << 16 |
                                    std::size_t{payload[2]} << 8 | payload[3];
         transfer_ = Transfer{payload[4], length, {}};
         if (length == 0) {
             chunk({});
         }
+    } else if (name == "LIG") {
+        brightness_ = payload[2];
+        received.push_back("LIG " + std::to_string(brightness_));
+    } else if (name == "CLE" && payload[2] == 'D' && payload[3] == 'C') {
+        received.emplace_back("CLE DC");
+        pending_.fill(std::nullopt);
+        shown_.fill(std::nullopt);
+    } else if (name == "CLE") {
+        received.push_back("CLE " + std::to_string(payload[3]));
+        if (payload[3] == 0xFF) {
+            pending_.fill(std::nullopt);
+        } else if (payload[3] >= 1 && payload[3] <= 6) {
+            pending_[payload[3]].reset();
+        }
     } else {
-        violations.push_back("unknown command " + body);
+        received.push_back(name);
+        halted_ = name == "HAN" || (name != "DIS" && halted_);
+        if (name == "STP") {
+            shown_ = pending_;
+        }
     }
 }
 

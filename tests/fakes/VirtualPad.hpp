@@ -54,8 +54,6 @@ public:
     /// Makes every write fail with `error` (an errno) until `acceptWrites()`.
     void refuseWrites(int error) { refusing_ = error; }
     void acceptWrites() { refusing_ = 0; }
-    /// Takes `count` more reports, then refuses with `error`: a pad pulled out mid-transfer.
-    void refuseAfter(int count, int error) { refuseAfter_ = count, refuseError_ = error; }
 
 private:
     class Device;
@@ -72,8 +70,6 @@ private:
     Manager* manager_ = nullptr;
     std::unique_ptr<Device> device_;
     int refusing_ = 0;
-    std::optional<int> refuseAfter_;
-    int refuseError_ = 0;
 
     int brightness_ = -1;
     bool halted_ = false;

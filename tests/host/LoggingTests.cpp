@@ -4,10 +4,14 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <regex>
+#include <sstream>
 #include <thread>
 
 namespace ruvola {
@@ -16,11 +20,16 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
+std::string read(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
 struct FileLoggerTest : ::testing::Test {
     // The file's lines as "LEVEL message", each time stamp checked; other lines as "raw: text".
     Lines logged() const {
         static const std::regex format(R"((\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ) \[([A-Z]+)\] (.*))");
-        std::ifstream in(path, std::ios::binary);
+        std::istringstream in(read(path));
         Lines lines;
         std::smatch match;
         for (std::string text; std::getline(in, text);) {
@@ -57,33 +66,72 @@ TEST_F(FileLoggerTest, AppendsOneUtcTimeStampedLinePerMessageToThePreparedFileOn
     EXPECT_EQ(logged(), Lines{"INFO after"});
 }
 
-TEST_F(FileLoggerTest, KeepsLinesWholeAcrossThreadsAndCuts) {
-    constexpr int threads = 8, perThread = 2000;
-    constexpr std::size_t limit = 256 * 1024; // crossed while every thread writes
+// Line n of thread t: a level of its own and a message naming both; every fiftieth runs past a
+// page, every third is in two-byte characters.
+LogLevel level(int t, int n) {
+    constexpr std::array levels{LogLevel::debug, LogLevel::info, LogLevel::warning,
+                                LogLevel::error};
+    return levels[static_cast<std::size_t>(t + n) % levels.size()];
+}
+std::string message(int t, int n) {
+    const std::string filler = n % 3 == 0 ? "\u00e9" : std::string(1, static_cast<char>('a' + t));
+    std::string text = std::to_string(t) + ":" + std::to_string(n) + " ";
+    for (int i = n % 50 == 0 ? 2500 : n * 7919 % 100; i > 0; --i) {
+        text += filler;
+    }
+    return text;
+}
+
+TEST_F(FileLoggerTest, KeepsLinesWholeAndInOrderAcrossThreadsAndCuts) {
+    constexpr int threads = 8, perThread = 10'000;
+    constexpr std::size_t limit = 256 * 1024; // cut a hundred times or so
     FileLogger logger(path, limit);
     logger.prepareFile();
-    std::vector<std::jthread> writers;
-    for (int t = 0; t < threads; ++t) {
-        writers.emplace_back([&logger, t] {
-            for (int n = 0; n < perThread; ++n) {
-                logger.info(std::to_string(t * perThread + n));
+    // The first bad line, or nothing. A cut may fall inside the first line and, while threads
+    // write, the last may be on its way; after the first, each thread's lines run on in order.
+    const auto bad = [&](const Lines& lines, bool finished) -> std::string {
+        std::map<int, int> next;
+        for (std::size_t i = 1; i + (finished ? 0 : 1) < lines.size(); ++i) {
+            int t = -1, n = -1;
+            std::sscanf(lines[i].c_str(), "%*s %d:%d", &t, &n);
+            const auto [thread, first] = next.try_emplace(t, n);
+            if (t < 0 || t >= threads || thread->second++ != n ||
+                lines[i] != std::string(name(level(t, n))) + " " + message(t, n)) {
+                return lines[i].substr(0, 200);
             }
-        });
+        }
+        for (const auto& [thread, reached] : next) {
+            if (finished && reached != perThread) {
+                return "thread " + std::to_string(thread) + " ends at " + std::to_string(reached);
+            }
+        }
+        return finished && next.empty() ? "no lines" : "";
+    };
+    // A reader looks at the file while it is written and cut, to see far more than the last cut
+    // keeps.
+    std::atomic<bool> writing = true;
+    std::string seen;
+    std::jthread reader([&] {
+        while (writing && seen.empty()) {
+            seen = bad(logged(), false);
+        }
+    });
+    {
+        std::vector<std::jthread> writers;
+        for (int t = 0; t < threads; ++t) {
+            writers.emplace_back([&logger, t] {
+                for (int n = 0; n < perThread; ++n) {
+                    logger.log(level(t, n), message(t, n));
+                }
+            });
+        }
     }
-    writers.clear();
-    // The cut may fall inside the first line. Each thread's lines after it run on to its last.
-    const Lines lines = logged();
-    std::map<int, int> next;
-    for (std::size_t i = 1; i < lines.size(); ++i) {
-        const int line = std::stoi(lines[i].substr(5));
-        ASSERT_EQ(lines[i], "INFO " + std::to_string(line));
-        const auto [thread, first] = next.try_emplace(line / perThread, line % perThread);
-        ASSERT_EQ(thread->second++, line % perThread) << lines[i];
-    }
-    ASSERT_FALSE(next.empty());
-    for (const auto& [thread, reached] : next) {
-        EXPECT_EQ(reached, perThread) << thread;
-    }
+    writing = false;
+    reader.join();
+    EXPECT_EQ(seen, "");
+    EXPECT_EQ(bad(logged(), true), "");
+    EXPECT_TRUE(read(path).ends_with('\n'));
+    EXPECT_LE(fs::file_size(path), limit + 6000); // over only by the line after the last cut
 }
 
 TEST_F(FileLoggerTest, CutsTheFileToItsNewerHalfOnlyOnceOverTheLimit) {

@@ -2,6 +2,7 @@
 #include "Ruvola/pad/PadConnection.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
+#include "support/Repeat.hpp"
 
 #include <QBuffer>
 #include <QImage>
@@ -35,6 +36,11 @@ protected:
             [&] { return !events_.empty() && events_.back().starts_with("connected"); });
     }
 
+    // The start-up sequence at `brightness`, after `first`.
+    static Strings startup(const std::string& first, int brightness = 50) {
+        return {first, "DIS", "LIG 0", "LIG " + std::to_string(brightness), "CLE 255", "STP"};
+    }
+
     VirtualPad pad_;
     std::unique_ptr<PadConnection> connection_;
     Strings events_;
@@ -49,24 +55,23 @@ TEST_F(PadConnectionTest, StartsThePadInOrderAtEveryAttachAndSaysOnceWhenItIsGon
     };
     connect();
     EXPECT_TRUE(events_.empty());
-    int brightness = 50;
-    for (const auto& [report, connected] : cases) {
+    testing::repeatWithoutGrowth(1000, [&](int n) {
+        const auto& [report, connected] = cases[static_cast<std::size_t>(n) % cases.size()];
         pad_.firmware = report; // the first attach is queued, the others follow plugIn()
+        connection_->brightness = n % 101;
         if (!pad_.pluggedIn()) {
             pad_.plugIn();
         }
         ASSERT_TRUE(attached());
-        EXPECT_EQ(events_, (Strings{"started", connected}));
-        EXPECT_EQ(pad_.received, (Strings{"feature 1", "DIS", "LIG 0",
-                                          "LIG " + std::to_string(brightness), "CLE 255", "STP"}));
+        ASSERT_EQ(events_, (Strings{"started", connected})) << n;
+        ASSERT_EQ(pad_.received, startup("feature 1", n % 101)) << n;
         events_.clear();
         pad_.unplug();
         pad_.unplug();
-        EXPECT_EQ(events_, Strings{"searching"});
+        ASSERT_EQ(events_, Strings{"searching"}) << n;
         events_.clear();
         pad_.received.clear();
-        connection_->brightness = brightness = 80;
-    }
+    });
     EXPECT_TRUE(pad_.violations.empty());
 }
 
@@ -89,19 +94,24 @@ TEST_F(PadConnectionTest, IgnoresOtherProductsAndDoesNothingWithoutAPad) {
 }
 
 TEST_F(PadConnectionTest, SaysOnceWhenThePadIsRefusedAndRestartsItWhenItIsBack) {
+    const std::pair<int, std::string> errors[] = {
+        {EBUSY, "0x00000010"}, {EACCES, "0x0000000d"}, {EIO, "0x00000005"}, {ENODEV, "0x00000013"}};
     connect();
     ASSERT_TRUE(attached());
-    events_.clear();
-    pad_.received.clear();
-    pad_.refuseWrites(EBUSY);
-    connection_->send(PadProtocol::refresh());
-    connection_->send(PadProtocol::refresh());
-    pad_.acceptWrites();
-    connection_->send(PadProtocol::refresh());
-    EXPECT_EQ(events_,
-              (Strings{"log The pad refused a command (0x00000010); another app may hold it",
-                       "log Ruvola has the pad again; restarting it", "started"}));
-    EXPECT_EQ(pad_.received, (Strings{"STP", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP"}));
+    testing::repeatWithoutGrowth(1000, [&](int n) {
+        const auto& [error, code] = errors[n % 4];
+        events_.clear();
+        pad_.received.clear();
+        pad_.refuseWrites(error);
+        connection_->send(PadProtocol::refresh());
+        connection_->send(PadProtocol::refresh());
+        pad_.acceptWrites();
+        connection_->send(PadProtocol::refresh());
+        ASSERT_EQ(events_,
+                  (Strings{"log The pad refused a command (" + code + "); another app may hold it",
+                           "log Ruvola has the pad again; restarting it", "started"}));
+        ASSERT_EQ(pad_.received, startup("STP"));
+    });
 }
 
 TEST_F(PadConnectionTest, KeepaliveRecoversAPadAnotherProgramLetGo) {
@@ -117,8 +127,7 @@ TEST_F(PadConnectionTest, KeepaliveRecoversAPadAnotherProgramLetGo) {
     EXPECT_EQ(events_,
               (Strings{"log The pad refused a command (0x0000000d); another app may hold it",
                        "log Ruvola has the pad again; restarting it", "started"}));
-    EXPECT_EQ(Strings(pad_.received.begin(), pad_.received.begin() + 6),
-              (Strings{"CONNECT", "DIS", "LIG 0", "LIG 50", "CLE 255", "STP"}));
+    EXPECT_EQ(Strings(pad_.received.begin(), pad_.received.begin() + 6), startup("CONNECT"));
 }
 
 TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
@@ -150,16 +159,10 @@ TEST_F(PadConnectionTest, WatchPrintsEveryStatusAndInput) {
     Strings lines;
     RuvolaCLI::watch(*connection_, [&](const std::string& line) { lines.push_back(line); });
     ASSERT_TRUE(waitUntil([&] { return !lines.empty(); }));
-    for (const auto& [code, state] :
-         std::vector<std::pair<std::uint8_t, std::uint8_t>>{{0x01, 1},
-                                                            {0x01, 0},
-                                                            {0x25, 1},
-                                                            {0x35, 1},
-                                                            {0x07, 1},
-                                                            {0x35, 0},
-                                                            {0x90, 0},
-                                                            {0x91, 0},
-                                                            {0x60, 0}}) {
+    // Key 1, button 1, middle knob, the unknown control 0x07, then the turns.
+    const std::uint8_t reports[][2] = {{0x01, 1}, {0x01, 0}, {0x25, 1}, {0x35, 1}, {0x07, 1},
+                                       {0x35, 0}, {0x90, 0}, {0x91, 0}, {0x60, 0}};
+    for (const auto& [code, state] : reports) {
         pad_.report(code, state);
     }
     pad_.reportBytes({'A', 'C', 'K'}); // dropped, like the unknown control 0x07

@@ -29,7 +29,11 @@ struct HttpRecorder {
             auto buffer = std::make_shared<QByteArray>();
             QObject::connect(socket, &QTcpSocket::readyRead, socket, [=, this] {
                 buffer->append(socket->readAll());
-                if (record(*buffer) && status != 0) {
+                std::optional<Received> got = parse(*buffer);
+                if (got) {
+                    received.push_back(std::move(*got));
+                }
+                if (got && status != 0) {
                     socket->write("HTTP/1.1 " + QByteArray::number(status) +
                                   " X\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
                     socket->disconnectFromHost();
@@ -40,14 +44,6 @@ struct HttpRecorder {
 
     std::string url(const std::string& path) const {
         return "http://127.0.0.1:" + std::to_string(server.serverPort()) + path;
-    }
-
-    bool record(const QByteArray& data) {
-        std::optional<Received> got = parse(data);
-        if (got) {
-            received.push_back(std::move(*got));
-        }
-        return got.has_value();
     }
 
     /// The request in `data`, once all of it has arrived.

@@ -6,30 +6,31 @@
 #include <QStandardPaths>
 #include <QString>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 namespace ruvola::testing {
 
-/// A private Xvfb, optionally with openbox managing its windows. It picks a free display itself
-/// and says which, so tests running in parallel never collide. `DISPLAY` points at it while it
-/// runs. Each server is stopped by its own process, never by name.
+/// A private Xvfb, optionally with openbox managing its windows and a tray. It picks a free display
+/// itself and says which, so tests running in parallel never collide. `DISPLAY` points at it while
+/// it runs. Each server is stopped by its own process, never by name.
 class XServer {
 public:
-    XServer() = default;
-    XServer(const XServer&) = delete;
-    XServer& operator=(const XServer&) = delete;
     ~XServer() { stop(); }
 
     /// Why this machine can't run one, or empty when it can.
-    static std::string missing(bool windowManager) {
-        if (QStandardPaths::findExecutable("Xvfb").isEmpty()) {
-            return "Xvfb is not installed";
-        }
-        if (windowManager && QStandardPaths::findExecutable("openbox").isEmpty()) {
-            return "openbox is not installed";
+    static std::string missing(bool windowManager, bool tray = false) {
+        for (const auto& [tool, wanted] : {std::pair{"Xvfb", true},
+                                           {"openbox", windowManager},
+                                           {"xprop", windowManager},
+                                           {"trayer", tray}}) {
+            if (wanted && QStandardPaths::findExecutable(tool).isEmpty()) {
+                return std::string(tool) + " is not installed";
+            }
         }
         return {};
     }
@@ -57,8 +58,15 @@ public:
         return manager_.waitForStarted() && waitUntil([] { return managed(); }, 10s);
     }
 
+    /// Starts a tray at the screen's top right, 120 by 32 pixels; icons dock into it.
+    void startTray() {
+        tray_.start("trayer", {"--edge", "top", "--align", "right", "--widthtype", "pixel",
+                               "--width", "120", "--heighttype", "pixel", "--height", "32",
+                               "--SetDockType", "true", "--transparent", "false"});
+    }
+
     void stop() {
-        for (QProcess* process : {&manager_, &server_}) {
+        for (QProcess* process : {&tray_, &manager_, &server_}) {
             if (process->state() != QProcess::NotRunning) {
                 process->terminate();
                 process->waitForFinished(5000);
@@ -88,6 +96,7 @@ private:
 
     QProcess server_;
     QProcess manager_;
+    QProcess tray_;
     std::string name_;
 };
 
@@ -95,9 +104,6 @@ private:
 /// Its cookie and state go into `folder`, which also becomes HOME and the runtime folders.
 class PulseServer {
 public:
-    PulseServer() = default;
-    PulseServer(const PulseServer&) = delete;
-    PulseServer& operator=(const PulseServer&) = delete;
     ~PulseServer() { stop(); }
 
     static std::string missing() {
@@ -147,6 +153,39 @@ public:
 
 private:
     QProcess server_;
+};
+
+/// Private system and session buses, so nothing reaches the user's own and a test may own names
+/// on the system bus, such as logind's.
+class Buses {
+public:
+    ~Buses() {
+        for (QProcess& daemon : daemons_) {
+            daemon.kill();
+            daemon.waitForFinished(5000);
+        }
+    }
+
+    static std::string missing() {
+        return QStandardPaths::findExecutable("dbus-daemon").isEmpty()
+                   ? "dbus-daemon is not installed"
+                   : "";
+    }
+
+    /// Starts both with their sockets in `folder` and points the bus variables at them.
+    void start(const QString& folder) {
+        for (auto [daemon, variable, socket] :
+             {std::tuple{&daemons_[0], "DBUS_SYSTEM_BUS_ADDRESS", "system.sock"},
+              std::tuple{&daemons_[1], "DBUS_SESSION_BUS_ADDRESS", "session.sock"}}) {
+            const QString address = "unix:path=" + folder + "/" + socket;
+            daemon->start("dbus-daemon", {"--config-file=/usr/share/dbus-1/session.conf",
+                                          "--address=" + address, "--nofork"});
+            setenv(variable, address.toLocal8Bit().constData(), 1);
+        }
+    }
+
+private:
+    std::array<QProcess, 2> daemons_;
 };
 
 } // namespace ruvola::testing

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+
+namespace ruvola::testing {
+
+/// Runs `cycle(n)` for n from 0 to `count`, stopping at the first failure, and expects the last
+/// nine tenths to leave no descriptor open and resident memory within a megabyte: repeating
+/// anything the program does again and again must not leak.
+inline void repeatWithoutGrowth(int count, const std::function<void(int)>& cycle) {
+    const auto descriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto kilobytes = [] {
+        std::ifstream status("/proc/self/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("VmRSS:")) {
+                return std::stol(line.substr(6));
+            }
+        }
+        return -1L;
+    };
+    long openBefore = 0, residentBefore = 0;
+    for (int n = 0; n < count && !::testing::Test::HasFailure(); ++n) {
+        if (n == count / 10) {
+            openBefore = descriptors(), residentBefore = kilobytes();
+        }
+        cycle(n);
+    }
+    EXPECT_EQ(descriptors() - openBefore, 0) << "descriptors left open";
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    // The sanitizers hold freed blocks back, so memory grows without a leak; they check leaks.
+    EXPECT_LE(kilobytes() - residentBefore, 1024) << "kB of resident memory grown";
+#endif
+}
+
+} // namespace ruvola::testing
