@@ -28,17 +28,12 @@ protected:
         setLevel("50%");
     }
 
-    bool logged(const std::string& line) {
-        return waitUntil([&] { return logger_.contains(line); });
-    }
-
     static void setLevel(const QString& level) {
         testing::PulseServer::pactl({"set-sink-volume", "test", level});
     }
     static QString level() {
-        return testing::PulseServer::pactl({"get-sink-volume", "test"})
-            .section('/', 1, 1)
-            .trimmed();
+        const QString volume = testing::PulseServer::pactl({"get-sink-volume", "test"});
+        return volume.section('/', 1, 1).trimmed();
     }
     static bool muted() {
         return testing::PulseServer::pactl({"get-sink-mute", "test"}).contains("yes");
@@ -62,17 +57,14 @@ TEST_F(VolumeControlTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
     VolumeControl volume(logger_, access_, platform_.systemKeys(), platform_.systemVolume());
 
     volume.toggleMute();
-    EXPECT_TRUE(logged("WARNING The desktop ignored the system mute key; muting directly instead"));
     EXPECT_TRUE(waitUntil(muted));
     volume.changeVolume(true);
-    EXPECT_TRUE(logged("WARNING The desktop ignored the system volume keys; setting the level "
-                       "directly instead"));
+    ASSERT_TRUE(waitUntil([&] { return logger_.count() == 3; }));
     EXPECT_EQ(logger_.lines(),
               (Strings{"WARNING The desktop ignored the system mute key; muting directly instead",
                        "WARNING The desktop ignored the volume key via the hid tap; trying session",
                        "WARNING The desktop ignored the system volume keys; setting the level "
                        "directly instead"}));
-    EXPECT_EQ(volume.volumeKeysWork(), false);
     EXPECT_EQ(level(), "56%"); // 0.5625, and raising it unmuted
     EXPECT_FALSE(muted());
 
@@ -82,10 +74,9 @@ TEST_F(VolumeControlTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
     EXPECT_EQ(level(), "55%"); // 0.546875
     volume.toggleMute();
     EXPECT_TRUE(muted());
-    EXPECT_EQ(logger_.count(), 3U);
 }
 
-TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
+TEST_F(VolumeControlTest, AWorkingTapIsLearntAndWithoutAccessTheLevelIsSetDirectly) {
     platform::SystemVolume& sink = platform_.systemVolume();
     keys_.effect = [&](const Press& press) {
         if (press.tap == Tap::session) {
@@ -97,8 +88,7 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
     volume.changeVolume(true); // at the top: nothing to learn from
     setLevel("50%");
     volume.changeVolume(false);
-    EXPECT_TRUE(logged("INFO System volume keys work via the session tap: the system's own "
-                       "overlay shows"));
+    ASSERT_TRUE(waitUntil([&] { return logger_.count() == 2; }));
     volume.changeVolume(true);
     EXPECT_EQ(logger_.lines(),
               (Strings{"WARNING The desktop ignored the volume key via the hid tap; trying session",
@@ -109,25 +99,18 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndUsedWithoutFurtherChecks) {
                                                  {Key::volumedown, false, Tap::session},
                                                  {Key::volumeup, false, Tap::session}}));
     EXPECT_EQ(level(), "50%");
-    EXPECT_EQ(volume.tap(), Tap::session);
-}
 
-TEST_F(VolumeControlTest, WithoutAccessVolumeAndMuteGoStraightToTheSoundServer) {
+    // Without access, volume and mute go straight to the sound server, down to silence.
     access_.trusted = false;
-    VolumeControl volume(logger_, access_, keys_, platform_.systemVolume());
     setLevel("3%");
     volume.changeVolume(false);
-    EXPECT_EQ(level(), "0%");
     volume.toggleMute();
+    EXPECT_EQ(level(), "0%");
     EXPECT_TRUE(muted());
-    volume.changeVolume(true);
-    EXPECT_EQ(level(), "6%");
-    EXPECT_FALSE(muted());
+    EXPECT_EQ(keys_.presses.size(), 4U);
     pulse_.stop(); // a server that has gone: nothing happens, nothing blocks for long
     volume.changeVolume(true);
-    volume.toggleMute();
-    EXPECT_TRUE(keys_.presses.empty());
-    EXPECT_EQ(logger_.count(), 0U);
+    EXPECT_EQ(logger_.count(), 2U);
 }
 
 } // namespace

@@ -28,9 +28,6 @@ struct DriverRig {
     }
     ~DriverRig() { application.stop(); }
 
-    DriverRig(const DriverRig&) = delete;
-    DriverRig& operator=(const DriverRig&) = delete;
-
     // Replaced in one step, as an editor saves, so the store never reads half a file.
     void save(const std::string& text) const {
         const std::filesystem::path file = BindingsStore::url(home.path().toStdString());
