@@ -1,5 +1,3 @@
-#include "Ruvola/platform/HidManager.hpp"
-#include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/linux/HidrawDevice.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
 #include "tests/support/EventLoop.hpp"
@@ -106,19 +104,6 @@ TEST(ReportDescriptor, PrimaryUsagePageIsTheFirstUsagePageItem) {
         EXPECT_EQ(ruvola::platform::primaryUsagePage(descriptor), page)
             << "descriptor of " << descriptor.size() << " bytes";
     }
-}
-
-TEST(HidEnumeration, FindsNoPadOnAMachineWithoutOne) {
-    const std::vector<ruvola::platform::HidMatch> pad = {{0x1500, 0x3001, 0xFFA0}};
-    const auto platform = ruvola::platform::makePlatform();
-    EXPECT_TRUE(platform->hidDiscovery().attached(pad).empty());
-
-    int calls = 0;
-    const auto manager = platform->makeHidManager();
-    manager->start(
-        pad, [&](auto&) { ++calls; }, [&](auto&) { ++calls; });
-    QCoreApplication::processEvents(); // runs the queued enumeration
-    EXPECT_EQ(calls, 0);
 }
 
 } // namespace

@@ -68,14 +68,6 @@ TEST(WakeWatcher, ReportsOnlyLogindsWakingUp) {
     bus.waitForFinished();
 }
 
-TEST(WakeWatcher, StaysSilentWithoutABus) {
-    QTemporaryDir dir;
-    ruvola::platform::LogindWakeWatcher watcher(
-        QDBusConnection::connectToBus("unix:path=" + dir.filePath("none.sock"), "none"));
-    EXPECT_FALSE(watcher.start([] {}));
-    QDBusConnection::disconnectFromBus("none");
-}
-
 // A second watcher, on a sibling file, shows each change has been read before the counts are
 // compared: every change wakes both watchers' descriptors at once.
 TEST(AccessWatcher, ReportsTheNodeComingGoingAndChangingPermissions) {
@@ -109,25 +101,14 @@ TEST(AccessWatcher, ReportsTheNodeComingGoingAndChangingPermissions) {
     }
 }
 
-// The entry is read back as GIO runs it: the value unescaped, field codes expanded, then split.
+// The entry is read back as GIO runs it: the value unescaped, "%%" made "%", then split.
 std::vector<std::string> launchedCommand(const fs::path& entry) {
     g_autoptr(GKeyFile) file = g_key_file_new();
-    if (!g_key_file_load_from_file(file, entry.c_str(), G_KEY_FILE_NONE, nullptr)) {
-        return {};
-    }
-    g_autofree gchar* exec =
-        g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr);
-    const std::string_view value = exec != nullptr ? exec : "";
-    std::string expanded; // "%%" is "%"; other codes stand for files and URLs, none given here
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (value[i] != '%') {
-            expanded += value[i];
-        } else if (value.substr(++i, 1) == "%") {
-            expanded += '%';
-        }
-    }
+    g_key_file_load_from_file(file, entry.c_str(), G_KEY_FILE_NONE, nullptr);
+    g_autofree gchar* exec = g_key_file_get_string(file, "Desktop Entry", "Exec", nullptr);
+    const QByteArray expanded = QByteArray(exec).replace("%%", "%");
     g_auto(GStrv) argv = nullptr;
-    if (!g_shell_parse_argv(expanded.c_str(), nullptr, &argv, nullptr)) {
+    if (exec == nullptr || !g_shell_parse_argv(expanded.constData(), nullptr, &argv, nullptr)) {
         return {};
     }
     return {argv, argv + g_strv_length(argv)};
@@ -143,16 +124,14 @@ TEST(LaunchAtLogin, WritesAnAutostartEntryThatRunsTheProgramAndRemovesIt) {
     for (const std::string executable :
          {"/usr/bin/ruvola", "/opt/My Apps/ruvola", R"(/tmp/a"b$c`d\e%f'g#h\)", "/tmp/new\nline"}) {
         ruvola::platform::XdgLaunchAtLogin launch(installation, executable);
-        EXPECT_EQ(launch.entryPath(), entry);
-        EXPECT_FALSE(launch.isEnabled()) << executable;
         EXPECT_EQ(launch.setEnabled(true), std::nullopt) << executable;
         EXPECT_TRUE(launch.isEnabled()) << executable;
         EXPECT_EQ(launchedCommand(entry), (std::vector<std::string>{executable, "--login-launch"}));
         EXPECT_EQ(launch.setEnabled(false), std::nullopt) << executable;
-        EXPECT_FALSE(launch.isEnabled()) << executable;
-        EXPECT_FALSE(fs::exists(entry)) << executable;
+        EXPECT_FALSE(launch.isEnabled() || fs::exists(entry)) << executable;
     }
     ruvola::platform::XdgLaunchAtLogin launch(installation);
+    EXPECT_EQ(launch.entryPath(), entry);
 
     // The desktop's own settings turn an entry off without removing it.
     for (const auto& [keys, enabled] :

@@ -89,9 +89,13 @@ TEST(DirectoryWatcher, ReportsChangesInTheDirectoryItHasTheNameOf) {
         {"a sibling", [&] { fs::create_directory(parent / "ruvolas"); }, false},
         {"moved away", [&] { fs::rename(directory, old); }, true},
         {"write in the old", [&] { std::ofstream(old / "a") << "{}"; }, false},
-        {"created again", [&] { fs::create_directory(directory); }, true},
+        {"another moved in",
+         [&] { fs::create_directory(parent / "new"), fs::rename(parent / "new", directory); },
+         true},
         {"write in the old", [&] { std::ofstream(old / "b") << "{}"; }, false},
         {"write in the new", [&] { std::ofstream(directory / "b") << "{}"; }, true},
+        {"removed", [&] { fs::remove_all(directory); }, true},
+        {"created again", [&] { fs::create_directory(directory); }, true},
     };
     for (const auto& [name, change, reported] : changes) {
         calls = 0;

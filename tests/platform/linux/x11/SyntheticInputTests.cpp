@@ -75,13 +75,5 @@ TEST_F(SyntheticInput, TextArrivesIntactWhetherOrNotItsCharactersHaveKeys) {
     EXPECT_TRUE(first.get() && second.get());
 }
 
-TEST(SyntheticInputWithoutDisplay, SendsNothing) {
-    unsetenv("DISPLAY");
-    platform::XTestSyntheticInput input;
-    EXPECT_FALSE(input.post({0, modifierFlags::command}));
-    EXPECT_FALSE(input.type("a"));
-    EXPECT_FALSE(input.available());
-}
-
 } // namespace
 } // namespace ruvola
