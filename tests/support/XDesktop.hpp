@@ -13,16 +13,13 @@
 #include <chrono>
 #include <optional>
 #include <poll.h>
+#include <utility>
 #include <vector>
 
 namespace ruvola::testing {
 
 /// A key press as a window got it: its keysym and the modifiers that matter to shortcuts.
-struct ReceivedKey {
-    KeySym keysym;
-    unsigned int modifiers;
-    bool operator==(const ReceivedKey&) const = default;
-};
+using ReceivedKey = std::pair<KeySym, unsigned int>;
 
 /// A private X desktop: Xvfb, openbox unless none is wanted, and the test's own Xlib connection
 /// with a focused window that records the keys it gets.

@@ -79,30 +79,6 @@ TEST(Launcher, StartsByDesktopEntryElseFromPathAndReopensByEntry) {
     EXPECT_FALSE(launcher.isFileManager({"Beta", "org.example.Beta", "/b.desktop", 0, ""}));
 }
 
-TEST(Launcher, RunsShortcutsFromTheUsersDataFolder) {
-    const auto platform = platform::makePlatform();
-    const fs::path home = desktop / "home";
-    for (const fs::path& data : {desktop, home / ".local/share"}) {
-        fs::create_directories(data / "ruvola/shortcuts");
-        std::ofstream(data / "ruvola/shortcuts/Hello") << "#!/bin/sh\nexit 0\n";
-        std::ofstream(data / "ruvola/shortcuts/Fails") << "#!/bin/sh\nexit 2\n";
-        for (const char* name : {"Hello", "Fails"}) {
-            fs::permissions(data / "ruvola/shortcuts" / name, fs::perms::owner_all);
-        }
-    }
-    fs::remove(home / ".local/share/ruvola/shortcuts/Hello");
-    setenv("HOME", home.c_str(), 1);
-    // A relative XDG_DATA_HOME is ignored, so the one under HOME lacks "Hello".
-    for (const auto& [data, hello] : {std::pair{desktop.string(), "succeeded"},
-                                      std::pair{std::string("relative"), "could not launch"}}) {
-        setenv("XDG_DATA_HOME", data.c_str(), 1);
-        EXPECT_TRUE(reasonOf(platform->launcher().runShortcut("Hello")).starts_with(hello));
-        EXPECT_EQ(reasonOf(platform->launcher().runShortcut("Fails")), "exited with status 2");
-        EXPECT_TRUE(reasonOf(platform->launcher().runShortcut("Missing")).starts_with("could not"));
-    }
-    setenv("XDG_DATA_HOME", desktop.c_str(), 1);
-}
-
 TEST(Desktop, OpensAFileWithTheApplicationForItsTypeElseThePlainTextOne) {
     for (const std::string editor : {"plain", "json"}) {
         if (editor == "json" && !fs::exists("/usr/share/mime/mime.cache")) {

@@ -96,7 +96,6 @@ TEST(ReportDescriptor, PrimaryUsagePageIsTheFirstUsagePageItem) {
          0x0C},
         {{0x09, 0x01, 0xA1, 0x01, 0xC0}, std::nullopt},
         {{0x06, 0xA0}, std::nullopt},
-        {{0x09}, std::nullopt},
         {{0xFE, 4, 0x10, 0xAA}, std::nullopt},
         {{0xFE}, std::nullopt},
     };

@@ -25,7 +25,7 @@ protected:
     std::u32string typed(std::size_t count) {
         std::u32string characters;
         for (const testing::ReceivedKey& press : x_.presses(count)) {
-            const KeySym keysym = press.keysym;
+            const KeySym keysym = press.first;
             characters += keysym == XK_Return                   ? U'\n'
                           : (keysym & 0xFF000000) == 0x01000000 ? char32_t(keysym & 0xFFFFFF)
                           : keysym < 0x100                      ? char32_t(keysym)
