@@ -39,11 +39,6 @@ int main(int argc, char** argv) {
             XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 240, 120, 0, 0, 0);
         XClassHint classHint{instance.data(), windowClass.data()};
         XSetClassHint(display, window, &classHint);
-        XStoreName(display, window, windowClass.c_str());
-        XWMHints hints{};
-        hints.flags = InputHint;
-        hints.input = True;
-        XSetWMHints(display, window, &hints);
         const long pid = getpid();
         XChangeProperty(display, window, XInternAtom(display, "_NET_WM_PID", False), XA_CARDINAL,
                         32, PropModeReplace, reinterpret_cast<const unsigned char*>(&pid), 1);
