@@ -75,28 +75,27 @@ TEST(SystemKeysHidTap, PostsEachKeyAsKernelEvents) {
         return events;
     };
 
-    const InputEvent report{EV_SYN, SYN_REPORT, 0};
-    const auto plain = [&](std::uint16_t code) {
-        return std::vector<InputEvent>{{EV_KEY, code, 1}, report, {EV_KEY, code, 0}, report};
-    };
-    std::vector<InputEvent> fineMute = plain(KEY_MUTE);
-    fineMute.insert(fineMute.begin(),
-                    {{EV_KEY, KEY_LEFTSHIFT, 1}, {EV_KEY, KEY_LEFTALT, 1}, report});
-    fineMute.insert(fineMute.end(), {{EV_KEY, KEY_LEFTALT, 0}, {EV_KEY, KEY_LEFTSHIFT, 0}, report});
-    const std::vector<std::tuple<Key, bool, std::vector<InputEvent>>> cases{
-        {Key::volumeup, false, plain(KEY_VOLUMEUP)},
-        {Key::volumedown, false, plain(KEY_VOLUMEDOWN)},
-        {Key::brightnessup, false, plain(KEY_BRIGHTNESSUP)},
-        {Key::brightnessdown, false, plain(KEY_BRIGHTNESSDOWN)},
-        {Key::mute, false, plain(KEY_MUTE)},
-        {Key::playpause, false, plain(KEY_PLAYPAUSE)},
-        {Key::next, false, plain(KEY_NEXTSONG)},
-        {Key::previous, false, plain(KEY_PREVIOUSSONG)},
-        {Key::mute, true, fineMute},
-    };
-    for (const auto& [key, fine, expected] : cases) {
+    const InputEvent sync{EV_SYN, SYN_REPORT, 0};
+    for (const auto& [key, fine, code] : std::vector<std::tuple<Key, bool, std::uint16_t>>{
+             {Key::volumeup, false, KEY_VOLUMEUP},
+             {Key::volumedown, false, KEY_VOLUMEDOWN},
+             {Key::brightnessup, false, KEY_BRIGHTNESSUP},
+             {Key::brightnessdown, false, KEY_BRIGHTNESSDOWN},
+             {Key::mute, false, KEY_MUTE},
+             {Key::playpause, false, KEY_PLAYPAUSE},
+             {Key::next, false, KEY_NEXTSONG},
+             {Key::previous, false, KEY_PREVIOUSSONG},
+             {Key::mute, true, KEY_MUTE},
+         }) {
+        std::vector<InputEvent> expected{{EV_KEY, code, 1}, sync, {EV_KEY, code, 0}, sync};
+        if (fine) { // Shift and Alt around the key
+            expected.insert(expected.begin(),
+                            {{EV_KEY, KEY_LEFTSHIFT, 1}, {EV_KEY, KEY_LEFTALT, 1}, sync});
+            expected.insert(expected.end(),
+                            {{EV_KEY, KEY_LEFTALT, 0}, {EV_KEY, KEY_LEFTSHIFT, 0}, sync});
+        }
         keys.press(key, fine, Tap::hid);
-        EXPECT_EQ(read(expected.size()), expected);
+        EXPECT_EQ(read(expected.size()), expected) << systemKeys::rawValue(key) << fine;
     }
     ::close(fd);
 }
