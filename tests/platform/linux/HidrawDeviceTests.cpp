@@ -24,29 +24,16 @@ Bytes pattern(std::size_t size, std::uint8_t seed) {
 }
 
 // A sequenced-packet socket keeps report boundaries the way a hidraw node does.
-class HidrawDeviceTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        std::signal(SIGPIPE, SIG_IGN); // a write to a closed peer must fail, not end the test
-        int ends[2];
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-        device = std::make_unique<HidrawDevice>(ends[0], 0x1500, 0x3001);
-        peer = ends[1];
-        device->setInputHandler([this](std::span<const std::uint8_t> report) {
-            reports.emplace_back(report.begin(), report.end());
-        });
-    }
-
-    void TearDown() override {
-        ::close(peer); // no-op once the test has closed it
-    }
-
-    std::unique_ptr<HidrawDevice> device;
-    int peer = -1;
+TEST(HidrawDeviceTest, CarriesReportsBothWaysUntilThePadGoes) {
+    std::signal(SIGPIPE, SIG_IGN); // a write to a closed peer must fail, not end the test
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+    const auto device = std::make_unique<HidrawDevice>(ends[0], 0x1500, 0x3001);
+    const int peer = ends[1];
     std::vector<Bytes> reports;
-};
-
-TEST_F(HidrawDeviceTest, CarriesReportsBothWaysUntilThePadGoes) {
+    device->setInputHandler([&](std::span<const std::uint8_t> report) {
+        reports.emplace_back(report.begin(), report.end());
+    });
     // A write is report ID 0 then the report, in one write.
     const Bytes report = pattern(1024, 7);
     ASSERT_EQ(device->write(report), 0);
@@ -62,7 +49,6 @@ TEST_F(HidrawDeviceTest, CarriesReportsBothWaysUntilThePadGoes) {
         ASSERT_EQ(::send(peer, input.data(), input.size(), 0), std::ssize(input));
     }
     ::close(peer);
-    peer = -1;
     ASSERT_TRUE(waitUntil([&] { return reports.size() >= sent.size(); }));
     QCoreApplication::processEvents();
     EXPECT_EQ(reports, sent) << "no empty report for the end of the node";
