@@ -3,7 +3,6 @@
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
-#include "Ruvola/platform/LaunchAtLogin.hpp"
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/SystemKeys.hpp"
@@ -68,9 +67,7 @@ public:
     platform::Windows* windowsOverride = nullptr;
     /// Makes the HID managers, e.g. a virtual pad's.
     std::function<std::unique_ptr<platform::HidManager>()> hidManagers;
-    platform::LaunchAtLogin* launchAtLoginOverride = nullptr;
-    /// Make the wake and access watchers, e.g. ones a test fires itself.
-    std::function<std::unique_ptr<platform::Notifier>()> wakeWatchers;
+    /// Makes the access watchers, e.g. ones a test fires itself.
     std::function<std::unique_ptr<platform::Notifier>()> accessWatchers;
 
     std::unique_ptr<platform::DirectoryWatcher> makeDirectoryWatcher() override {
@@ -83,7 +80,7 @@ public:
         return real().makeFrontmostWatcher();
     }
     std::unique_ptr<platform::Notifier> makeWakeWatcher() override {
-        return wakeWatchers ? wakeWatchers() : real().makeWakeWatcher();
+        return real().makeWakeWatcher();
     }
     std::unique_ptr<platform::Notifier> makeAccessWatcher() override {
         return accessWatchers ? accessWatchers() : real().makeAccessWatcher();
@@ -100,9 +97,7 @@ public:
         return inputAccessOverride != nullptr ? *inputAccessOverride : real().inputAccess();
     }
     const platform::Installation& installation() const override { return real().installation(); }
-    platform::LaunchAtLogin& launchAtLogin() override {
-        return launchAtLoginOverride != nullptr ? *launchAtLoginOverride : real().launchAtLogin();
-    }
+    platform::LaunchAtLogin& launchAtLogin() override { return real().launchAtLogin(); }
     platform::Processes& processes() override { return real().processes(); }
     platform::SystemKeys& systemKeys() override {
         return systemKeysOverride != nullptr ? *systemKeysOverride : real().systemKeys();

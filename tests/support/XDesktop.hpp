@@ -13,29 +13,22 @@
 #include <chrono>
 #include <optional>
 #include <poll.h>
+#include <utility>
 #include <vector>
 
 namespace ruvola::testing {
 
 /// A key press as a window got it: its keysym and the modifiers that matter to shortcuts.
-struct ReceivedKey {
-    KeySym keysym;
-    unsigned int modifiers;
-    bool operator==(const ReceivedKey&) const = default;
-};
+using ReceivedKey = std::pair<KeySym, unsigned int>;
 
 /// A private X desktop: Xvfb, openbox unless none is wanted, and the test's own Xlib connection
 /// with a focused window that records the keys it gets.
 class XDesktop {
 public:
-    XDesktop() = default;
-    XDesktop(const XDesktop&) = delete;
-    XDesktop& operator=(const XDesktop&) = delete;
     ~XDesktop() { stop(); }
 
     /// Starts it all; false when something did not come up.
     bool start(bool windowManager) {
-        using namespace std::chrono_literals;
         if (!server_.start(windowManager) ||
             (display_ = XOpenDisplay(server_.display().c_str())) == nullptr) {
             return false;
@@ -98,7 +91,8 @@ public:
                     char text[16];
                     XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
                     if (!IsModifierKey(keysym)) {
-                        received.push_back({keysym, event.xkey.state & significant});
+                        received.push_back({keysym, event.xkey.state & (ShiftMask | ControlMask |
+                                                                        Mod1Mask | Mod4Mask)});
                     }
                 }
             }
@@ -133,11 +127,6 @@ public:
         return values;
     }
 
-    bool hidden(Window window) {
-        return std::ranges::count(property(window, "_NET_WM_STATE"), atom("_NET_WM_STATE_HIDDEN")) >
-               0;
-    }
-
     /// Sets the active window behind the window manager's back.
     void setActive(Window window) {
         const long value = static_cast<long>(window);
@@ -145,8 +134,6 @@ public:
                         PropModeReplace, reinterpret_cast<const unsigned char*>(&value), 1);
         XSync(display_, False);
     }
-
-    static constexpr unsigned int significant = ShiftMask | ControlMask | Mod1Mask | Mod4Mask;
 
 private:
     /// Whether the window manager handles events. openbox claims the screen before its event loop

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-
 namespace ruvola {
 namespace {
 
@@ -27,19 +25,6 @@ TEST(Processes, JudgesHowEachProcessEnded) {
     }
     EXPECT_EQ(platform->processes().run("/nonexistent/tool", {}).failure()->description(),
               "could not launch: No such file or directory");
-}
-
-TEST(Processes, RunFromManyThreadsAtOnce) {
-    const auto platform = platform::makePlatform();
-    std::vector<std::future<ActionCompletion>> runs;
-    for (int i = 0; i < 16; ++i) {
-        runs.push_back(std::async(std::launch::async, [&, i] {
-            return platform->processes().run("/bin/sh", {"-c", "exit " + std::to_string(i % 2)});
-        }));
-    }
-    for (int i = 0; i < 16; ++i) {
-        EXPECT_EQ(runs[static_cast<std::size_t>(i)].get().ok(), i % 2 == 0);
-    }
 }
 
 } // namespace

@@ -22,13 +22,6 @@ using ruvola::testing::waitUntil;
 
 namespace {
 
-void announceSleep(const QDBusConnection& from, bool sleeping) {
-    QDBusMessage signal = QDBusMessage::createSignal(
-        "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep");
-    signal << sleeping;
-    ASSERT_TRUE(from.send(signal));
-}
-
 // A private bus stands in for the system one, with this test as logind. QtDBus keeps the first
 // system bus connection it makes for the whole process, so the address is set before any use.
 TEST(WakeWatcher, ReportsOnlyLogindsWakingUp) {
@@ -43,37 +36,28 @@ TEST(WakeWatcher, ReportsOnlyLogindsWakingUp) {
     ASSERT_TRUE(bus.waitForReadyRead(10000)) << bus.readAllStandardError().toStdString();
     const QString address = QString::fromLocal8Bit(bus.readLine()).trimmed();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toLocal8Bit());
-    {
-        QDBusConnection logind = QDBusConnection::connectToBus(address, "logind");
-        const QDBusConnection impostor = QDBusConnection::connectToBus(address, "impostor");
-        ASSERT_TRUE(logind.registerService("org.freedesktop.login1"));
+    QDBusConnection logind = QDBusConnection::connectToBus(address, "logind");
+    const QDBusConnection impostor = QDBusConnection::connectToBus(address, "impostor");
+    ASSERT_TRUE(logind.registerService("org.freedesktop.login1"));
 
-        ruvola::platform::LogindWakeWatcher watcher;
-        int calls = 0;
-        ASSERT_TRUE(watcher.start([&] { ++calls; }));
-        // A round trip on the watcher's connection: the bus has its match rule by then.
-        ASSERT_TRUE(QDBusConnection::systemBus().interface()->isServiceRegistered(
-            "org.freedesktop.login1"));
-
-        announceSleep(impostor, false);
-        announceSleep(logind, true);
-        announceSleep(logind, false);
-        EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
-        runEventLoop(200ms);
-        EXPECT_EQ(calls, 1);
+    ruvola::platform::LogindWakeWatcher watcher;
+    int calls = 0;
+    ASSERT_TRUE(watcher.start([&] { ++calls; }));
+    // A round trip on the watcher's connection: the bus has its match rule by then.
+    ASSERT_TRUE(
+        QDBusConnection::systemBus().interface()->isServiceRegistered("org.freedesktop.login1"));
+    for (const auto& [from, sleeping] :
+         {std::pair{&impostor, false}, {&logind, true}, {&logind, false}}) {
+        EXPECT_TRUE(from->send(QDBusMessage::createSignal("/org/freedesktop/login1",
+                                                          "org.freedesktop.login1.Manager",
+                                                          "PrepareForSleep")
+                               << sleeping));
     }
-    QDBusConnection::disconnectFromBus("logind");
-    QDBusConnection::disconnectFromBus("impostor");
+    EXPECT_TRUE(waitUntil([&] { return calls > 0; }));
+    runEventLoop(200ms);
+    EXPECT_EQ(calls, 1);
     bus.terminate();
     bus.waitForFinished();
-}
-
-TEST(WakeWatcher, StaysSilentWithoutABus) {
-    QTemporaryDir dir;
-    ruvola::platform::LogindWakeWatcher watcher(
-        QDBusConnection::connectToBus("unix:path=" + dir.filePath("none.sock"), "none"));
-    EXPECT_FALSE(watcher.start([] {}));
-    QDBusConnection::disconnectFromBus("none");
 }
 
 // A second watcher, on a sibling file, shows each change has been read before the counts are
@@ -87,47 +71,30 @@ TEST(AccessWatcher, ReportsTheNodeComingGoingAndChangingPermissions) {
     int calls = 0, otherCalls = 0;
     ASSERT_TRUE(watcher.start([&] { ++calls; }));
     ASSERT_TRUE(otherWatcher.start([&] { ++otherCalls; }));
-    const auto create = [](const fs::path& path) { return [path] { std::ofstream(path) << ""; }; };
-    const auto chmod = [](const fs::path& path) {
-        return [path] { fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write); };
-    };
     const std::vector<std::tuple<const char*, std::function<void()>, int, int>> changes{
-        {"created", create(node), 1, 0},
-        {"mode changed", chmod(node), 1, 0},
-        {"another created", create(other), 0, 1},
+        {"created", [&] { std::ofstream(node) << ""; }, 1, 0},
+        {"mode changed", [&] { fs::permissions(node, fs::perms::owner_read); }, 1, 0},
+        {"another created", [&] { std::ofstream(other) << ""; }, 0, 1},
         {"removed", [&] { fs::remove(node); }, 1, 0},
-        {"created again", create(node), 1, 0},
+        {"created again", [&] { std::ofstream(node) << ""; }, 1, 0},
         {"replaced by a rename", [&] { fs::rename(other, node); }, 1, 1},
     };
     for (const auto& [name, change, expected, otherExpected] : changes) {
         calls = otherCalls = 0;
         change();
-        EXPECT_TRUE(waitUntil([&] { return calls >= expected && otherCalls >= otherExpected; }))
-            << name;
-        EXPECT_EQ(calls, expected) << name;
-        EXPECT_EQ(otherCalls, otherExpected) << name;
+        waitUntil([&] { return calls >= expected && otherCalls >= otherExpected; });
+        EXPECT_EQ(std::pair(calls, otherCalls), std::pair(expected, otherExpected)) << name;
     }
 }
 
-// The entry is read back as GIO runs it: the value unescaped, field codes expanded, then split.
+// The entry is read back as GIO runs it: the value unescaped, "%%" made "%", then split.
 std::vector<std::string> launchedCommand(const fs::path& entry) {
     g_autoptr(GKeyFile) file = g_key_file_new();
-    if (!g_key_file_load_from_file(file, entry.c_str(), G_KEY_FILE_NONE, nullptr)) {
-        return {};
-    }
-    g_autofree gchar* exec =
-        g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr);
-    const std::string_view value = exec != nullptr ? exec : "";
-    std::string expanded; // "%%" is "%"; other codes stand for files and URLs, none given here
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (value[i] != '%') {
-            expanded += value[i];
-        } else if (value.substr(++i, 1) == "%") {
-            expanded += '%';
-        }
-    }
+    g_key_file_load_from_file(file, entry.c_str(), G_KEY_FILE_NONE, nullptr);
+    g_autofree gchar* exec = g_key_file_get_string(file, "Desktop Entry", "Exec", nullptr);
+    const QByteArray expanded = QByteArray(exec).replace("%%", "%");
     g_auto(GStrv) argv = nullptr;
-    if (!g_shell_parse_argv(expanded.c_str(), nullptr, &argv, nullptr)) {
+    if (exec == nullptr || !g_shell_parse_argv(expanded.constData(), nullptr, &argv, nullptr)) {
         return {};
     }
     return {argv, argv + g_strv_length(argv)};
@@ -143,22 +110,19 @@ TEST(LaunchAtLogin, WritesAnAutostartEntryThatRunsTheProgramAndRemovesIt) {
     for (const std::string executable :
          {"/usr/bin/ruvola", "/opt/My Apps/ruvola", R"(/tmp/a"b$c`d\e%f'g#h\)", "/tmp/new\nline"}) {
         ruvola::platform::XdgLaunchAtLogin launch(installation, executable);
-        EXPECT_EQ(launch.entryPath(), entry);
-        EXPECT_FALSE(launch.isEnabled()) << executable;
         EXPECT_EQ(launch.setEnabled(true), std::nullopt) << executable;
         EXPECT_TRUE(launch.isEnabled()) << executable;
         EXPECT_EQ(launchedCommand(entry), (std::vector<std::string>{executable, "--login-launch"}));
         EXPECT_EQ(launch.setEnabled(false), std::nullopt) << executable;
-        EXPECT_FALSE(launch.isEnabled()) << executable;
-        EXPECT_FALSE(fs::exists(entry)) << executable;
+        EXPECT_FALSE(launch.isEnabled() || fs::exists(entry)) << executable;
     }
     ruvola::platform::XdgLaunchAtLogin launch(installation);
+    EXPECT_EQ(launch.entryPath(), entry);
 
     // The desktop's own settings turn an entry off without removing it.
-    for (const auto& [keys, enabled] :
-         std::vector<std::pair<std::string, bool>>{{"Hidden=true\n", false},
-                                                   {"X-GNOME-Autostart-enabled=false\n", false},
-                                                   {"Hidden=false\n", true}}) {
+    for (const auto& [keys, enabled] : {std::pair{"Hidden=true", false},
+                                        {"X-GNOME-Autostart-enabled=false", false},
+                                        {"Hidden=false", true}}) {
         std::ofstream(entry) << "[Desktop Entry]\nType=Application\nExec=ruvola\n" << keys;
         EXPECT_EQ(launch.isEnabled(), enabled) << keys;
     }
@@ -167,10 +131,8 @@ TEST(LaunchAtLogin, WritesAnAutostartEntryThatRunsTheProgramAndRemovesIt) {
     EXPECT_EQ(launchedCommand(entry).at(0), fs::read_symlink("/proc/self/exe"));
 
     qputenv("XDG_CONFIG_HOME", "/proc/version/config");
-    const auto refusal = launch.setEnabled(true);
-    ASSERT_TRUE(refusal.has_value());
-    EXPECT_TRUE(refusal->starts_with("could not create /proc/version/config/autostart"))
-        << *refusal;
+    EXPECT_TRUE(launch.setEnabled(true).value_or("").starts_with(
+        "could not create /proc/version/config/autostart"));
 }
 
 } // namespace

@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <linux/input.h>
-#include <optional>
+#include <set>
 #include <string>
 #include <sys/ioctl.h>
 #include <tuple>
@@ -28,23 +28,16 @@ using Tap = platform::SystemKeys::Tap;
 
 using InputEvent = std::tuple<std::uint16_t, std::uint16_t, std::int32_t>; // type, code, value
 
-// The evdev nodes of the devices named `name`; `unreadable` is set when some node can't be read.
-std::vector<fs::path> nodesNamed(std::string_view name, bool& unreadable) {
-    std::vector<fs::path> nodes;
+// The evdev nodes of Ruvola's virtual keyboards, found by the names sysfs shows everyone.
+std::set<fs::path> keyboards() {
+    std::set<fs::path> nodes;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator("/dev/input", error)) {
-        if (!entry.path().filename().string().starts_with("event")) {
-            continue;
-        }
-        const int fd = ::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
-        unreadable = unreadable || (fd < 0 && errno == EACCES);
-        char deviceName[256] = {};
-        if (fd >= 0 && ::ioctl(fd, EVIOCGNAME(sizeof deviceName - 1), deviceName) >= 0 &&
-            name == deviceName) {
-            nodes.push_back(entry.path());
-        }
-        if (fd >= 0) {
-            ::close(fd);
+    for (const auto& entry : fs::directory_iterator("/sys/class/input", error)) {
+        std::string name;
+        std::getline(std::ifstream(entry.path() / "device/name"), name);
+        if (entry.path().filename().string().starts_with("event") &&
+            name == platform::UinputKeyboard::deviceName) {
+            nodes.insert("/dev/input" / entry.path().filename());
         }
     }
     return nodes;
@@ -54,31 +47,19 @@ TEST(SystemKeysHidTap, PostsEachKeyAsKernelEvents) {
     if (::access("/dev/uinput", W_OK) != 0) {
         GTEST_SKIP() << "/dev/uinput is not writable here";
     }
-    constexpr std::string_view name = platform::UinputKeyboard::deviceName;
-    bool unreadable = false;
-    const std::vector<fs::path> others = nodesNamed(name, unreadable); // a running Ruvola's
+    const std::set<fs::path> others = keyboards(); // a running Ruvola's
     platform::LinuxSystemKeys keys(nullptr);
     fs::path node;
-    const bool found = testing::waitUntil([&] {
-        for (const fs::path& candidate : nodesNamed(name, unreadable)) {
-            if (std::ranges::find(others, candidate) == others.end()) {
-                node = candidate;
-                return true;
-            }
-        }
-        return false;
-    });
-    if (!found && unreadable) {
-        GTEST_SKIP() << "the devices in /dev/input can't be read here";
-    }
-    ASSERT_TRUE(found);
+    ASSERT_TRUE(testing::waitUntil([&] {
+        std::set<fs::path> ours;
+        std::ranges::set_difference(keyboards(), others, std::inserter(ours, ours.end()));
+        node = ours.empty() ? fs::path() : *ours.begin();
+        return !ours.empty();
+    }));
     const int fd = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     // Takes the device's events from everyone else, such as the desktop running the test.
     if (fd < 0 || ::ioctl(fd, EVIOCGRAB, 1) != 0) {
-        if (fd >= 0) {
-            ::close(fd);
-        }
-        GTEST_SKIP() << "the virtual keyboard can't be grabbed here";
+        GTEST_SKIP() << "the virtual keyboard can't be read and grabbed here";
     }
     // The next `count` events, or fewer when they don't come within a bound.
     const auto read = [fd](std::size_t count) {
@@ -94,28 +75,27 @@ TEST(SystemKeysHidTap, PostsEachKeyAsKernelEvents) {
         return events;
     };
 
-    const InputEvent report{EV_SYN, SYN_REPORT, 0};
-    const auto plain = [&](std::uint16_t code) {
-        return std::vector<InputEvent>{{EV_KEY, code, 1}, report, {EV_KEY, code, 0}, report};
-    };
-    std::vector<InputEvent> fineMute = plain(KEY_MUTE);
-    fineMute.insert(fineMute.begin(),
-                    {{EV_KEY, KEY_LEFTSHIFT, 1}, {EV_KEY, KEY_LEFTALT, 1}, report});
-    fineMute.insert(fineMute.end(), {{EV_KEY, KEY_LEFTALT, 0}, {EV_KEY, KEY_LEFTSHIFT, 0}, report});
-    const std::vector<std::tuple<Key, bool, std::vector<InputEvent>>> cases{
-        {Key::volumeup, false, plain(KEY_VOLUMEUP)},
-        {Key::volumedown, false, plain(KEY_VOLUMEDOWN)},
-        {Key::brightnessup, false, plain(KEY_BRIGHTNESSUP)},
-        {Key::brightnessdown, false, plain(KEY_BRIGHTNESSDOWN)},
-        {Key::mute, false, plain(KEY_MUTE)},
-        {Key::playpause, false, plain(KEY_PLAYPAUSE)},
-        {Key::next, false, plain(KEY_NEXTSONG)},
-        {Key::previous, false, plain(KEY_PREVIOUSSONG)},
-        {Key::mute, true, fineMute},
-    };
-    for (const auto& [key, fine, expected] : cases) {
+    const InputEvent sync{EV_SYN, SYN_REPORT, 0};
+    for (const auto& [key, fine, code] : std::vector<std::tuple<Key, bool, std::uint16_t>>{
+             {Key::volumeup, false, KEY_VOLUMEUP},
+             {Key::volumedown, false, KEY_VOLUMEDOWN},
+             {Key::brightnessup, false, KEY_BRIGHTNESSUP},
+             {Key::brightnessdown, false, KEY_BRIGHTNESSDOWN},
+             {Key::mute, false, KEY_MUTE},
+             {Key::playpause, false, KEY_PLAYPAUSE},
+             {Key::next, false, KEY_NEXTSONG},
+             {Key::previous, false, KEY_PREVIOUSSONG},
+             {Key::mute, true, KEY_MUTE},
+         }) {
+        std::vector<InputEvent> expected{{EV_KEY, code, 1}, sync, {EV_KEY, code, 0}, sync};
+        if (fine) { // Shift and Alt around the key
+            expected.insert(expected.begin(),
+                            {{EV_KEY, KEY_LEFTSHIFT, 1}, {EV_KEY, KEY_LEFTALT, 1}, sync});
+            expected.insert(expected.end(),
+                            {{EV_KEY, KEY_LEFTALT, 0}, {EV_KEY, KEY_LEFTSHIFT, 0}, sync});
+        }
         keys.press(key, fine, Tap::hid);
-        EXPECT_EQ(read(expected.size()), expected);
+        EXPECT_EQ(read(expected.size()), expected) << systemKeys::rawValue(key) << fine;
     }
     ::close(fd);
 }
