@@ -25,10 +25,12 @@ inline void repeatWithoutGrowth(int count, const std::function<void(int)>& cycle
         }
         return -1L;
     };
-    long openBefore = 0, residentBefore = 0;
+    long openBefore = 0;
+    [[maybe_unused]] long residentBefore = 0;
     for (int n = 0; n < count && !::testing::Test::HasFailure(); ++n) {
         if (n == count / 10) {
-            openBefore = descriptors(), residentBefore = kilobytes();
+            openBefore = descriptors();
+            residentBefore = kilobytes();
         }
         cycle(n);
     }
