@@ -1,11 +1,9 @@
 #pragma once
 
 #include "Ruvola/platform/DirectoryWatcher.hpp"
+#include "Ruvola/platform/linux/InotifyQueue.hpp"
 
-#include <memory>
 #include <string>
-
-class QSocketNotifier;
 
 namespace ruvola::platform {
 
@@ -13,26 +11,21 @@ namespace ruvola::platform {
 /// too, for the directory's name only, so that a directory removed and created again is followed.
 class InotifyDirectoryWatcher final : public DirectoryWatcher {
 public:
-    InotifyDirectoryWatcher();
-    ~InotifyDirectoryWatcher() override;
-
-    InotifyDirectoryWatcher(const InotifyDirectoryWatcher&) = delete;
-    InotifyDirectoryWatcher& operator=(const InotifyDirectoryWatcher&) = delete;
-
     bool start(const std::filesystem::path& directory, std::function<void()> onChange) override;
 
 private:
-    void stop();
     bool armDirectory();
-    void readEvents();
+    void visit(const inotify_event& event, std::string_view name);
+    void batchRead();
 
     std::filesystem::path directory_;
     std::string name_;
     std::function<void()> onChange_;
-    int descriptor_ = -1;
     int directoryWatch_ = -1;
     int parentWatch_ = -1;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    bool changed_ = false; // in the batch being read
+    bool rearm_ = false;
+    InotifyQueue queue_;
 };
 
 } // namespace ruvola::platform

@@ -1,11 +1,9 @@
 #pragma once
 
 #include "Ruvola/platform/Notifier.hpp"
+#include "Ruvola/platform/linux/InotifyQueue.hpp"
 
 #include <filesystem>
-#include <memory>
-
-class QSocketNotifier;
 
 namespace ruvola::platform {
 
@@ -16,23 +14,16 @@ namespace ruvola::platform {
 class UinputAccessWatcher final : public Notifier {
 public:
     explicit UinputAccessWatcher(std::filesystem::path node = "/dev/uinput");
-    ~UinputAccessWatcher() override;
-
-    UinputAccessWatcher(const UinputAccessWatcher&) = delete;
-    UinputAccessWatcher& operator=(const UinputAccessWatcher&) = delete;
 
     /// False when the node's directory can't be watched.
     bool start(std::function<void()> changed) override;
 
 private:
-    void stop();
-    void readEvents();
-
     std::filesystem::path node_;
     std::function<void()> changed_;
-    int descriptor_ = -1;
     int watch_ = -1;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    bool seen_ = false; // in the batch being read
+    InotifyQueue queue_;
 };
 
 } // namespace ruvola::platform

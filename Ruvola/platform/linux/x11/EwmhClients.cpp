@@ -86,28 +86,19 @@ std::string keyOf(const WindowClass& windowClass) {
     return windowClass.instance + '\n' + windowClass.name;
 }
 
-std::vector<xcb_window_t> windowsFrom(EwmhConnection& x, xcb_get_property_cookie_t cookie) {
-    std::vector<xcb_window_t> windows;
-    xcb_ewmh_get_windows_reply_t list;
+std::vector<std::uint32_t> listFrom(EwmhConnection& x, xcb_get_property_cookie_t cookie,
+                                    xcb_atom_t type) {
+    std::vector<std::uint32_t> values;
     xcb_generic_error_t* error = nullptr;
-    if (xcb_ewmh_get_windows_reply(&x.ewmh, cookie, &list, &error) != 0) {
-        windows.assign(list.windows, list.windows + list.windows_len);
-        xcb_ewmh_get_windows_reply_wipe(&list);
+    xcb_get_property_reply_t* reply = xcb_get_property_reply(x.connection, cookie, &error);
+    if (reply != nullptr && reply->type == type && reply->format == 32) {
+        const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply));
+        const auto count = static_cast<std::size_t>(xcb_get_property_value_length(reply)) / 4;
+        values.assign(first, first + count);
     }
+    std::free(reply);
     std::free(error);
-    return windows;
-}
-
-std::vector<xcb_atom_t> atomsFrom(EwmhConnection& x, xcb_get_property_cookie_t cookie) {
-    std::vector<xcb_atom_t> atoms;
-    xcb_ewmh_get_atoms_reply_t list;
-    xcb_generic_error_t* error = nullptr;
-    if (xcb_ewmh_get_atoms_reply(&x.ewmh, cookie, &list, &error) != 0) {
-        atoms.assign(list.atoms, list.atoms + list.atoms_len);
-        xcb_ewmh_get_atoms_reply_wipe(&list);
-    }
-    std::free(error);
-    return atoms;
+    return values;
 }
 
 std::optional<Client> activeClient(EwmhConnection& x) {
@@ -133,7 +124,7 @@ std::vector<Client> listClients(EwmhConnection& x) {
     ManagerCheck manager(x);
     const auto listCookie = xcb_ewmh_get_client_list(&x.ewmh, x.screen);
     const bool named = manager.askWindow();
-    const std::vector<xcb_window_t> windows = windowsFrom(x, listCookie);
+    const std::vector<xcb_window_t> windows = listFrom(x, listCookie, XCB_ATOM_WINDOW);
     if (!named) {
         return {};
     }

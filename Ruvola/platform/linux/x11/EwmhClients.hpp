@@ -24,9 +24,10 @@ struct Client {
 /// What groups windows into one application.
 std::string keyOf(const WindowClass& windowClass);
 
-// Each reader takes its reply, or the error it got, so nothing piles up in the event queue.
-std::vector<xcb_window_t> windowsFrom(EwmhConnection& x, xcb_get_property_cookie_t cookie);
-std::vector<xcb_atom_t> atomsFrom(EwmhConnection& x, xcb_get_property_cookie_t cookie);
+/// The windows or atoms (`type`) a list property holds; none when it holds something else. Takes
+/// its reply, or the error it got, so nothing piles up in the event queue.
+std::vector<std::uint32_t> listFrom(EwmhConnection& x, xcb_get_property_cookie_t cookie,
+                                    xcb_atom_t type);
 
 /// The active window with its class; none without a running window manager.
 std::optional<Client> activeClient(EwmhConnection& x);

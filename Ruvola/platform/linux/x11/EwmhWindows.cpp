@@ -48,8 +48,8 @@ std::vector<WindowState> statesOf(EwmhConnection& x, const std::vector<xcb_windo
     }
     std::vector<WindowState> states;
     for (const Cookies& cookie : cookies) {
-        const std::vector<xcb_atom_t> types = ewmh::atomsFrom(x, cookie.type);
-        const std::vector<xcb_atom_t> flags = ewmh::atomsFrom(x, cookie.state);
+        const std::vector<xcb_atom_t> types = ewmh::listFrom(x, cookie.type, XCB_ATOM_ATOM);
+        const std::vector<xcb_atom_t> flags = ewmh::listFrom(x, cookie.state, XCB_ATOM_ATOM);
         xcb_generic_error_t* error = nullptr;
         xcb_get_window_attributes_reply_t* attributes =
             xcb_get_window_attributes_reply(x.connection, cookie.attributes, &error);
@@ -113,65 +113,64 @@ std::vector<RunningApplication> EwmhWindows::running() {
     return applications;
 }
 
-bool EwmhWindows::hide(const RunningApplication& application) {
-    bool hidden = false;
-    connection_.use([&](EwmhConnection& connection) {
-        EwmhConnection* x = &connection;
-        const std::vector<xcb_window_t> windows = windowsOf(listClients(*x), application.key);
-        for (const xcb_window_t window : windows) {
-            sendToRoot(*x, window, x->wmChangeState, XCB_ICCCM_WM_STATE_ICONIC);
+bool EwmhWindows::withWindowsOf(const RunningApplication& application, const WindowsUse& use) {
+    bool found = false;
+    connection_.use([&](EwmhConnection& x) {
+        const std::vector<xcb_window_t> windows = windowsOf(listClients(x), application.key);
+        found = !windows.empty();
+        if (found) {
+            use(x, windows);
         }
-        xcb_flush(x->connection);
-        hidden = !windows.empty();
     });
-    return hidden;
+    return found;
+}
+
+bool EwmhWindows::hide(const RunningApplication& application) {
+    return withWindowsOf(application,
+                         [](EwmhConnection& x, const std::vector<xcb_window_t>& windows) {
+                             for (const xcb_window_t window : windows) {
+                                 sendToRoot(x, window, x.wmChangeState, XCB_ICCCM_WM_STATE_ICONIC);
+                             }
+                             xcb_flush(x.connection);
+                         });
 }
 
 bool EwmhWindows::activate(const RunningApplication& application) {
-    bool activated = false;
-    connection_.use([&](EwmhConnection& connection) {
-        EwmhConnection* x = &connection;
-        const std::vector<xcb_window_t> windows = windowsOf(listClients(*x), application.key);
-        if (windows.empty()) {
-            return;
-        }
-        const auto stackingCookie = xcb_ewmh_get_client_list_stacking(&x->ewmh, x->screen);
-        const std::vector<WindowState> states = statesOf(*x, windows);
-        const std::vector<xcb_window_t> stacking = ewmh::windowsFrom(*x, stackingCookie);
+    return withWindowsOf(
+        application, [](EwmhConnection& x, const std::vector<xcb_window_t>& windows) {
+            const auto stackingCookie = xcb_ewmh_get_client_list_stacking(&x.ewmh, x.screen);
+            const std::vector<WindowState> states = statesOf(x, windows);
+            const std::vector<xcb_window_t> stacking =
+                ewmh::listFrom(x, stackingCookie, XCB_ATOM_WINDOW);
 
-        // The one to activate: its topmost normal window, else its topmost one.
-        xcb_window_t chosen = windows.front();
-        std::optional<std::pair<bool, std::ptrdiff_t>> best;
-        for (std::size_t index = 0; index < windows.size(); ++index) {
-            const auto place = std::ranges::find(stacking, windows[index]);
-            const auto rank = std::make_pair(states[index].normal, place - stacking.begin());
-            if (place != stacking.end() && (!best || rank > *best)) {
-                best = rank;
-                chosen = windows[index];
+            // The one to activate: its topmost normal window, else its topmost one.
+            xcb_window_t chosen = windows.front();
+            std::optional<std::pair<bool, std::ptrdiff_t>> best;
+            for (std::size_t index = 0; index < windows.size(); ++index) {
+                const auto place = std::ranges::find(stacking, windows[index]);
+                const auto rank = std::make_pair(states[index].normal, place - stacking.begin());
+                if (place != stacking.end() && (!best || rank > *best)) {
+                    best = rank;
+                    chosen = windows[index];
+                }
             }
-        }
-        // Mapping an iconified window asks the window manager to show it again.
-        for (std::size_t index = 0; index < windows.size(); ++index) {
-            if (states[index].hidden && windows[index] != chosen) {
-                xcb_map_window(x->connection, windows[index]);
+            // Mapping an iconified window asks the window manager to show it again.
+            for (std::size_t index = 0; index < windows.size(); ++index) {
+                if (states[index].hidden && windows[index] != chosen) {
+                    xcb_map_window(x.connection, windows[index]);
+                }
             }
-        }
-        xcb_ewmh_request_change_active_window(&x->ewmh, x->screen, chosen,
-                                              XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER, XCB_CURRENT_TIME,
-                                              XCB_WINDOW_NONE);
-        xcb_flush(x->connection);
-        activated = true;
-    });
-    return activated;
+            xcb_ewmh_request_change_active_window(&x.ewmh, x.screen, chosen,
+                                                  XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
+                                                  XCB_CURRENT_TIME, XCB_WINDOW_NONE);
+            xcb_flush(x.connection);
+        });
 }
 
 bool EwmhWindows::hasVisibleWindow(const RunningApplication& application) {
     bool visible = false;
-    connection_.use([&](EwmhConnection& connection) {
-        EwmhConnection* x = &connection;
-        const std::vector<WindowState> states =
-            statesOf(*x, windowsOf(listClients(*x), application.key));
-        visible = std::ranges::any_of(states, [](const WindowState& state) {
+    withWindowsOf(application, [&](EwmhConnection& x, const std::vector<xcb_window_t>& windows) {
+        visible = std::ranges::any_of(statesOf(x, windows), [](const WindowState& state) {
             return state.normal && state.viewable && !state.hidden;
         });
     });

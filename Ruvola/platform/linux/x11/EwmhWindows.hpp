@@ -3,6 +3,9 @@
 #include "Ruvola/platform/Windows.hpp"
 #include "Ruvola/platform/linux/x11/EwmhConnection.hpp"
 
+#include <functional>
+#include <vector>
+
 namespace ruvola::platform {
 
 class DesktopEntries;
@@ -20,6 +23,12 @@ public:
     bool hasVisibleWindow(const RunningApplication& application) override;
 
 private:
+    using WindowsUse = std::function<void(EwmhConnection&, const std::vector<xcb_window_t>&)>;
+
+    /// Calls `use` with the application's windows; false, without calling, when it has none or
+    /// the display cannot be reached.
+    bool withWindowsOf(const RunningApplication& application, const WindowsUse& use);
+
     DesktopEntries& entries_;
     SharedEwmhConnection connection_;
 };
