@@ -40,17 +40,13 @@ TEST(PadAction, ReadsEachKindAndNamesEveryBadValue) {
                      "headers": {"Content-Type": "json"}})",
          PadAction::http(post)},
         {R"("shell": "")", "key 1: \"shell\" needs a string"},
-        {R"("open": 3)", "key 1: \"open\" needs a string"},
         {R"("homeassistant": "a/b")", "key 1: \"homeassistant\" is a webhook ID"},
         {R"("system": "volume")", "key 1: \"system\" is one of volumeup, volumedown, mute, "
                                   "playpause, next, previous, brightnessup, brightnessdown"},
-        {R"("roku": "")", roku},
         {R"("roku": "a/b")", roku},
         {R"("roku": {"launch": "1/2"})", roku},
         {R"("http": "ftp://example.com")", http},
-        {R"("http": "not a url")", http},
         {R"("http": {"method": "POST"})", http},
-        {R"("http": {"url": "mailto:someone@example.com"})", http},
         {R"("ntfy": 1, "shell": 2, "roku": 3)",
          "key 1: has more than one action (shell, roku, ntfy)"},
     };
@@ -62,16 +58,12 @@ TEST(PadAction, ReadsEachKindAndNamesEveryBadValue) {
 TEST(PadAction, DescribesEachKindOnOneLine) {
     const std::pair<PadAction, std::string> cases[] = {
         {PadAction::shell("pmset displaysleepnow"), "$ pmset displaysleepnow"},
-        {PadAction::open("Spotify"), "open Spotify"},
-        {PadAction::keystroke("cmd shift 4"), "send cmd shift 4"},
         {PadAction::text("hello"), "type \"hello\""},
         {PadAction::system(SystemKey::brightnessdown), "brightnessdown"},
-        {PadAction::shortcut("Lights Off"), "shortcut Lights Off"},
         {PadAction::http(HTTPRequest{"http://example.com/x", "DELETE"}),
          "DELETE http://example.com/x"},
         {PadAction::roku(RokuCommand::key("Power")), "Roku Power"},
         {PadAction::roku(RokuCommand::launch("12")), "Roku app 12"},
-        {PadAction::homeAssistant("lights"), "Home Assistant lights"},
         {PadAction::ntfy("Hi there"), "ntfy \"Hi there\""},
     };
     for (const auto& [action, description] : cases) {
