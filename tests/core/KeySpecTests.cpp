@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <unordered_set>
 
 namespace ruvola {
@@ -25,6 +24,7 @@ TEST(KeySpecTest, ParsesEachTrigger) {
         {"Ctrl+Alt+Delete", Trigger::chord({51, ctrl | opt})},
         {"ctrl-a", Trigger::chord({0, ctrl})},
         {"\u2325\u2303\u2318\u21E7f1", Trigger::chord({122, all})},
+        {"hyper k", Trigger::chord({40, all})},
         {"  cmd  cmd\ta \t", Trigger::chord({0, cmd})},
         {"cmd comma", Trigger::chord({43, cmd})},
         {"cmd -", Trigger::chord({27, cmd})},
@@ -45,13 +45,10 @@ TEST(KeySpecTest, RefusesWithTheOffendingPart) {
         {"\t\u00A0\u3000", {Kind::empty, ""}},
         {"++", {Kind::empty, ""}},
         {"cmd+-", {Kind::noKey, "cmd+-"}},
-        {"\u2318", {Kind::noKey, "\u2318"}},
         {"shift shift, a", {Kind::noKey, "shift shift"}},
         {"+", {Kind::unknownToken, "+"}},
         {"cmd \u00C9", {Kind::unknownToken, "\u00E9"}},
         {"a zz b", {Kind::unknownToken, "zz"}},
-        {"cmd\na", {Kind::unknownToken, "cmd\na"}},
-        {"a\u2318", {Kind::unknownToken, "a\u2318"}},
         {"-\u0301", {Kind::unknownToken, "-\u0301"}},
         {"\u2318\u0301a", {Kind::unknownToken, "\u2318\u0301a"}},
         {"cmd \xFF", {Kind::unknownToken, "\uFFFD"}},
@@ -73,24 +70,8 @@ TEST(KeySpecTest, RefusesWithTheOffendingPart) {
               "'comma'");
 }
 
-TEST(KeySpecTest, ModifierWordsAreExactLowerCaseWords) {
-    const std::pair<std::string, std::optional<std::uint32_t>> cases[] = {
-        {"super", cmd}, {"opt", opt}, {"hyper", all}, {"meh", shift | opt | ctrl},
-        {"Cmd", {}},    {"cmd ", {}}, {"\u2318", {}},
-    };
-    for (const auto& [token, flags] : cases) {
-        EXPECT_EQ(KeySpec::modifier(token), flags) << token;
-    }
-}
-
-TEST(KeysTest, NamesKeysByTheirCodes) {
+TEST(KeysTest, NamesOnlyLowerCaseKeysAndChordsHashByValue) {
     const auto& names = Keys::byName();
-    std::string codes;
-    std::istringstream spots("b 0 5 \\ apostrophe return keypadenter forwarddelete f1 f17");
-    for (std::string name; spots >> name;) {
-        codes += std::to_string(names.at(name)) + " ";
-    }
-    EXPECT_EQ(codes, "11 29 23 42 39 36 76 117 122 64 ");
     for (const std::string absent : {"A", "capslock", "shift", "volumeup"}) {
         EXPECT_FALSE(names.contains(absent)) << absent;
     }

@@ -25,10 +25,8 @@ Report framed(const std::string& mnemonic, const Bytes& payload = {}) {
 
 TEST(PadProtocol, CommandReportsCarryTheirExactBytes) {
     const std::pair<Report, Report> cases[] = {
-        {PadProtocol::brightness(-5), framed("LIG", {0, 0, 0})},
         {PadProtocol::brightness(37), framed("LIG", {0, 0, 37})},
         {PadProtocol::brightness(250), framed("LIG", {0, 0, 100})},
-        {PadProtocol::clearKey(-1), framed("CLE", {0, 0, 0, 0})},
         {PadProtocol::clearKey(3), framed("CLE", {0, 0, 0, 3})},
         {PadProtocol::clearKey(300), framed("CLE", {0, 0, 0, 255})},
         {PadProtocol::keepalive(), framed("CONNECT")},
@@ -66,8 +64,6 @@ TEST(PadProtocol, KeyImageIsAHeaderThenPaddedChunks) {
         }
     }
     EXPECT_EQ(PadProtocol::keyImage(255, {})[0], framed("BAT", {0, 0, 0, 0, 255}));
-    EXPECT_DEATH(PadProtocol::keyImage(-1, {}), "");
-    EXPECT_DEATH(PadProtocol::keyImage(256, {}), "");
 }
 
 Bytes inputReport(int code, int state, std::size_t size = 11) {
