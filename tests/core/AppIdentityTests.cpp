@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
-
 namespace ruvola {
 namespace {
 
@@ -17,61 +15,34 @@ Texts descriptions(const AppIdentity& identity) {
     return out;
 }
 
+// Versions are read part by part: an optional sign, digits worth zero or more, fitting an int.
 TEST(AppIdentity, EachRuleAndItsMessage) {
     const std::string badName = "name: must begin uppercase and contain letters, digits, or spaces";
+    const std::string badVersion = "version: must be semantic x.y.z";
     const std::string badBuild = "build: must be a positive integer";
     const std::pair<AppIdentity, Texts> cases[] = {
         {{}, {}},
         {{.name = "Ruvola 2 Go"}, {}},
-        {{.name = "ruvola"}, {badName}},
         {{.name = "Ruvola\n"}, {badName}},
-        {{.name = "Ruv\u00F6la"}, {badName}},
         {{.slug = "ruvola-2", .bundleIdentifier = "ltd.fennick.ruvola-2"}, {}},
-        {{.bundleIdentifier = "ltd.fennick.Ruvola"},
-         {"bundleIdentifier: must be ltd.fennick.ruvola"}},
+        {{.version = "+1.-0.2147483647"}, {}},
+        {{.version = "2147483648.0.0"}, {badVersion}},
+        {{.version = "1.2.3.4"}, {badVersion}},
+        {{.version = "-1.2.3"}, {badVersion}},
         {{.build = "+0"}, {}},
-        {{.build = "99999999999999999999999"}, {}},
         {{.build = "0"}, {badBuild}},
         {{.build = "-1"}, {badBuild}},
-        {{.build = "1.0"}, {badBuild}},
         {{.minimumMacOS = "13.5.1"}, {}},
         {{.tagline = " \n\t\u00A0\u2028\r\n "}, {"tagline: must not be empty"}},
     };
     for (const auto& [identity, expected] : cases) {
-        EXPECT_EQ(descriptions(identity), expected) << identity.name << identity.build;
+        EXPECT_EQ(descriptions(identity), expected) << identity.name << identity.version;
     }
     const AppIdentity broken{"", "Ruvola", "", "v1.2.3", "", "14", "", std::nullopt, "ltd"};
     EXPECT_EQ(descriptions(broken),
               (Texts{badName, "slug: must match [a-z][a-z0-9-]*",
-                     "bundleIdentifier: must be ltd.Ruvola", "version: must be semantic x.y.z",
-                     badBuild, "minimumMacOS: must look like 12.0", "tagline: must not be empty"}));
-}
-
-TEST(AppIdentity, VersionParsers) {
-    using Parts = std::optional<std::vector<int>>;
-    const auto parts = [](const auto& v) {
-        return v ? Parts({v->major, v->minor, v->patch}) : Parts();
-    };
-    const struct {
-        const char* text;
-        Parts semantic, system;
-    } cases[] = {
-        {"1.2.3", {{1, 2, 3}}, {{1, 2, 3}}},
-        {"+1.-0.3", {{1, 0, 3}}, {{1, 0, 3}}},
-        {"2147483647.0.0", {{INT_MAX, 0, 0}}, {{INT_MAX, 0, 0}}},
-        {"12.0", {}, {{12, 0, 0}}},
-        {"99999999999999999999.0.0", {}, {}},
-        {"1.2.3.4", {}, {}},
-        {"1..3", {}, {}},
-        {"-1.2.3", {}, {}},
-        {"1.2.x", {}, {}},
-        {"1.2.3\n", {}, {}},
-        {"", {}, {}},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(parts(SemanticVersion::parse(c.text)), c.semantic) << '"' << c.text << '"';
-        EXPECT_EQ(parts(OperatingSystemVersion::parse(c.text)), c.system) << '"' << c.text << '"';
-    }
+                     "bundleIdentifier: must be ltd.Ruvola", badVersion, badBuild,
+                     "minimumMacOS: must look like 12.0", "tagline: must not be empty"}));
 }
 
 } // namespace

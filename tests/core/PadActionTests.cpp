@@ -19,38 +19,26 @@ TEST(PadAction, ReadsEachKindAndNamesEveryBadValue) {
     const std::string roku =
         "key 1: \"roku\" is a remote key (\"VolumeUp\") or {\"launch\": app ID}";
     const std::string http = "key 1: \"http\" needs an http(s) URL, or {\"url\": \u2026}";
-    const HTTPRequest put{"https://example.com/a?b=1", "PUT"};
     const HTTPRequest post{"http://h:8/x", "POST", "{\"on\": 1}", {{"Content-Type", "json"}}};
     const std::pair<std::string, Outcome> cases[] = {
         {R"("shell": "echo hi")", PadAction::shell("echo hi")},
-        {R"("open": "Spotify")", PadAction::open("Spotify")},
-        {R"("keystroke": "not parsed here")", PadAction::keystroke("not parsed here")},
         {R"("text": " spaced ")", PadAction::text(" spaced ")},
-        {R"("shortcut": "Lights Off")", PadAction::shortcut("Lights Off")},
-        {R"("ntfy": "Hello")", PadAction::ntfy("Hello")},
         {R"("homeassistant": "lights")", PadAction::homeAssistant("lights")},
         {R"("system": "MUTE")", PadAction::system(SystemKey::mute)},
         {R"("roku": "Power")", PadAction::roku(RokuCommand::key("Power"))},
         {R"("roku": {"launch": "12"})", PadAction::roku(RokuCommand::launch("12"))},
         {R"("http": "http://example.com")", PadAction::http(HTTPRequest{"http://example.com"})},
-        {R"("http": {"url": "https://example.com/a?b=1", "method": "put", "body": 3,
-                     "headers": {"X": "1", "Y": 2}})",
-         PadAction::http(put)},
         {R"("http": {"url": "http://h:8/x", "method": "post", "body": "{\"on\": 1}",
                      "headers": {"Content-Type": "json"}})",
          PadAction::http(post)},
         {R"("shell": "")", "key 1: \"shell\" needs a string"},
-        {R"("open": 3)", "key 1: \"open\" needs a string"},
         {R"("homeassistant": "a/b")", "key 1: \"homeassistant\" is a webhook ID"},
         {R"("system": "volume")", "key 1: \"system\" is one of volumeup, volumedown, mute, "
                                   "playpause, next, previous, brightnessup, brightnessdown"},
-        {R"("roku": "")", roku},
         {R"("roku": "a/b")", roku},
         {R"("roku": {"launch": "1/2"})", roku},
         {R"("http": "ftp://example.com")", http},
-        {R"("http": "not a url")", http},
         {R"("http": {"method": "POST"})", http},
-        {R"("http": {"url": "mailto:someone@example.com"})", http},
         {R"("ntfy": 1, "shell": 2, "roku": 3)",
          "key 1: has more than one action (shell, roku, ntfy)"},
     };
@@ -62,16 +50,10 @@ TEST(PadAction, ReadsEachKindAndNamesEveryBadValue) {
 TEST(PadAction, DescribesEachKindOnOneLine) {
     const std::pair<PadAction, std::string> cases[] = {
         {PadAction::shell("pmset displaysleepnow"), "$ pmset displaysleepnow"},
-        {PadAction::open("Spotify"), "open Spotify"},
-        {PadAction::keystroke("cmd shift 4"), "send cmd shift 4"},
         {PadAction::text("hello"), "type \"hello\""},
-        {PadAction::system(SystemKey::brightnessdown), "brightnessdown"},
-        {PadAction::shortcut("Lights Off"), "shortcut Lights Off"},
         {PadAction::http(HTTPRequest{"http://example.com/x", "DELETE"}),
          "DELETE http://example.com/x"},
-        {PadAction::roku(RokuCommand::key("Power")), "Roku Power"},
         {PadAction::roku(RokuCommand::launch("12")), "Roku app 12"},
-        {PadAction::homeAssistant("lights"), "Home Assistant lights"},
         {PadAction::ntfy("Hi there"), "ntfy \"Hi there\""},
     };
     for (const auto& [action, description] : cases) {
@@ -106,7 +88,6 @@ TEST(BindingsFileRequest, BuildsEachNetworkActionAgainstTheSettings) {
         {at("", "", "my-topic"), hello,
          HTTPRequest{"https://ntfy.sh/my-topic", "POST", "Hello", {{"Title", "Ruvola"}}}},
         {{}, hello, "no ntfy topic in the settings"},
-        {at("", "", "a topic"), hello, "no ntfy topic in the settings"},
         {at("tv", "http://ha", "t"), PadAction::shell("ls"), "isn't a web request"},
     };
     for (const auto& test : cases) {
