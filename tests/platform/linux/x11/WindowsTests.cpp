@@ -1,12 +1,15 @@
 #include "Ruvola/platform/linux/DesktopEntries.hpp"
 #include "Ruvola/platform/linux/x11/EwmhFrontmostWatcher.hpp"
 #include "Ruvola/platform/linux/x11/EwmhWindows.hpp"
+#include "tests/support/EventLoop.hpp"
 #include "tests/support/PrivateDesktop.hpp"
-#include "tests/support/XDesktop.hpp"
+#include "tests/support/Servers.hpp"
 
 #include <QProcess>
-#include <gtest/gtest.h>
+#include <gtest/gtest.h> // before Xlib, whose macros clash with its names
 
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
 #include <set>
 
 using namespace std::chrono_literals;
@@ -54,11 +57,14 @@ protected:
         ASSERT_TRUE(x_.start(true));
     }
 
-    /// The running application of that name, once there is one.
+    /// The running application of that name, once there is one. openbox may not have looked at its
+    /// queue yet: a root property change wakes it.
     std::optional<RunningApplication> named(const std::string& name) {
         std::optional<RunningApplication> found;
         testing::waitUntil(
             [&] {
+                QProcess::execute("xprop",
+                                  {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
                 for (const RunningApplication& application : windows_.running()) {
                     found = application.name == name ? application : found;
                 }
@@ -78,7 +84,7 @@ protected:
         });
     }
 
-    testing::XDesktop x_;
+    testing::XServer x_;
     platform::DesktopEntries entries_;
     platform::EwmhWindows windows_{entries_};
 };
@@ -108,7 +114,7 @@ TEST_F(Ewmh, ListsHidesAndActivatesEachApplicationWithAllItsWindows) {
     EXPECT_TRUE(testing::waitUntil([&] { return windows_.hasVisibleWindow(running[0]); }));
 }
 
-TEST_F(Ewmh, WatcherReportsEachChangeOfApplicationAndFollowsANewWindowManager) {
+TEST_F(Ewmh, WatcherReportsEachChangeOfApplication) {
     TestWindow alpha("Alpha", "alpha-bin", 2), beta("Beta", "beta");
     const auto alphaApp = named("Alpha"), betaApp = named("Beta");
     ASSERT_TRUE(alphaApp && betaApp);
@@ -127,23 +133,21 @@ TEST_F(Ewmh, WatcherReportsEachChangeOfApplicationAndFollowsANewWindowManager) {
     reports.clear(); // past what was still settling when it started
     EXPECT_TRUE(bringForward(*betaApp));
     EXPECT_TRUE(bringForward(*alphaApp));
-    // No active window, then another window of the same application: not a change. Had it been
-    // reported, it would be before the next switch.
+    // No active window, then another window of the same application, set behind the window
+    // manager's back: not a change. Had it been reported, it would be before the next switch.
+    Display* display = XOpenDisplay(nullptr);
     for (const Window window : {Window{None}, alpha.windows.at(0), alpha.windows.at(1)}) {
-        x_.setActive(window);
+        const long value = static_cast<long>(window);
+        XChangeProperty(display, DefaultRootWindow(display),
+                        XInternAtom(display, "_NET_ACTIVE_WINDOW", False), XA_WINDOW, 32,
+                        PropModeReplace, reinterpret_cast<const unsigned char*>(&value), 1);
     }
+    XCloseDisplay(display);
     EXPECT_TRUE(bringForward(*betaApp));
     EXPECT_EQ(reports, (std::vector<std::string>{"Beta", "Alpha", "Beta"}));
-
-    // A window manager that restarts leaves the watcher following its successor.
-    ASSERT_TRUE(x_.killWindowManager(true));
-    ASSERT_TRUE(testing::waitUntil([&] { return windows_.running().size() == 2; }, 10s));
-    EXPECT_TRUE(bringForward(*alphaApp));
-    EXPECT_TRUE(bringForward(*betaApp));
-    EXPECT_EQ(std::ranges::adjacent_find(reports), reports.end());
 }
 
-TEST_F(Ewmh, GivesNothingWithoutAWindowManagerOrDisplayAndRecoversAfter) {
+TEST_F(Ewmh, GivesNothingWithoutAWindowManagerOrServerAndRecoversAfter) {
     TestWindow window("Gamma", "gamma");
     const auto gamma = named("Gamma");
     ASSERT_TRUE(gamma);
@@ -158,8 +162,10 @@ TEST_F(Ewmh, GivesNothingWithoutAWindowManagerOrDisplayAndRecoversAfter) {
     };
     platform::EwmhFrontmostWatcher watcher;
     ASSERT_TRUE(watcher.start([] {}));
-    // Its root properties stay behind, naming windows it no longer manages.
-    ASSERT_TRUE(x_.killWindowManager(false));
+    // Its root properties stay behind, naming windows it no longer manages; the server drops its
+    // windows once it has noticed it is gone.
+    x_.stopWindowManager();
+    ASSERT_TRUE(testing::waitUntil([&] { return windows_.running().empty(); }));
     expectNothing("window manager killed", true);
 
     const std::string display = x_.display();
@@ -167,8 +173,6 @@ TEST_F(Ewmh, GivesNothingWithoutAWindowManagerOrDisplayAndRecoversAfter) {
     setenv("DISPLAY", display.c_str(), 1); // the same name, no server behind it
     expectNothing("server gone", false);
     testing::runEventLoop(100ms); // the watcher sees its connection close and stops
-    unsetenv("DISPLAY");
-    expectNothing("no display", false);
 
     ASSERT_TRUE(x_.start(true));
     TestWindow delta("Delta", "delta");
