@@ -2,9 +2,13 @@
 #include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/Processes.hpp"
 #include "Ruvola/platform/linux/HidrawDevice.hpp"
+#include "Ruvola/platform/linux/LinuxInstallation.hpp"
+#include "Ruvola/platform/linux/PulseSystemVolume.hpp"
 #include "Ruvola/platform/linux/Session.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
+#include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
 #include "tests/support/EventLoop.hpp"
+#include "tests/support/Servers.hpp"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -12,6 +16,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <glib.h>
 #include <map>
 #include <numeric>
 #include <sys/socket.h>
@@ -23,6 +28,7 @@ namespace fs = std::filesystem;
 namespace ruvola::platform {
 namespace {
 
+using testing::PulseServer;
 using testing::waitUntil;
 using Bytes = std::vector<std::uint8_t>;
 
@@ -53,7 +59,6 @@ TEST(Session, IsTakenFromTheSessionTypeElseFromTheDisplaysSet) {
 TEST(Processes, JudgesHowEachProcessEnded) {
     const auto platform = makePlatform();
     const std::vector<std::pair<std::string, std::string>> cases{
-        {"exit 0", ""},
         {"exit 3", "exited with status 3"},
         {"kill -TERM $$", "terminated by SIGTERM"},
         {"kill -30 $$", "terminated by signal 30"},
@@ -184,6 +189,85 @@ TEST(DirectoryWatcher, ReportsChangesInTheDirectoryItHasTheNameOf) {
     testing::runEventLoop(100ms);
     EXPECT_EQ(calls, 0);
     EXPECT_EQ(descriptors(), before);
+}
+
+// The entry is read back as GIO runs it: the value unescaped, "%%" made "%", then split.
+std::vector<std::string> launchedCommand(const fs::path& entry) {
+    g_autoptr(GKeyFile) file = g_key_file_new();
+    g_key_file_load_from_file(file, entry.c_str(), G_KEY_FILE_NONE, nullptr);
+    g_autofree gchar* exec = g_key_file_get_string(file, "Desktop Entry", "Exec", nullptr);
+    const QByteArray expanded = QByteArray(exec).replace("%%", "%");
+    g_auto(GStrv) argv = nullptr;
+    if (exec == nullptr || !g_shell_parse_argv(expanded.constData(), nullptr, &argv, nullptr)) {
+        return {};
+    }
+    return {argv, argv + g_strv_length(argv)};
+}
+
+TEST(LaunchAtLogin, WritesAnAutostartEntryThatRunsTheProgramAndRemovesIt) {
+    QTemporaryDir dir;
+    const fs::path config = fs::path(dir.path().toStdString()) / "config";
+    const fs::path entry = config / "autostart" / "ltd.fennick.ruvola.desktop";
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(config.string()));
+    const LinuxInstallation installation;
+
+    for (const std::string executable :
+         {"/usr/bin/ruvola", "/opt/My Apps/ruvola", R"(/tmp/a"b$c`d\e%f'g#h\)", "/tmp/new\nline"}) {
+        XdgLaunchAtLogin launch(installation, executable);
+        EXPECT_EQ(launch.setEnabled(true), std::nullopt) << executable;
+        EXPECT_TRUE(launch.isEnabled()) << executable;
+        EXPECT_EQ(launchedCommand(entry), (std::vector<std::string>{executable, "--login-launch"}));
+        EXPECT_EQ(launch.setEnabled(false), std::nullopt) << executable;
+        EXPECT_FALSE(launch.isEnabled() || fs::exists(entry)) << executable;
+    }
+}
+
+// A private PulseAudio daemon with one null sink, checked from outside with pactl.
+class SystemVolumeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string missing = PulseServer::missing(); !missing.empty()) {
+            GTEST_SKIP() << missing;
+        }
+        ASSERT_TRUE(server_.start(dir_.path()));
+    }
+
+    // How many channels pactl shows at that level.
+    static qsizetype channelsAt(const QString& sink, int percent) {
+        const QString line = PulseServer::pactl({"get-sink-volume", sink}).section('\n', 0, 0);
+        return line.count(QString(" %1% ").arg(percent));
+    }
+
+    QTemporaryDir dir_;
+    PulseServer server_;
+    PulseSystemVolume volume_;
+};
+
+TEST_F(SystemVolumeTest, ReadsSetsAndMutesOnlyTheCurrentDefaultSink) {
+    for (const auto& [levels, expected] : std::vector<std::pair<QStringList, double>>{
+             {{"40%"}, 0.40}, {{"20%", "60%"}, 0.40}, {{"150%"}, 1.0}}) {
+        PulseServer::pactl(QStringList{"set-sink-volume", "@DEFAULT_SINK@"} + levels);
+        EXPECT_NEAR(volume_.volume().value_or(-1), expected, 0.005)
+            << levels.join(' ').toStdString();
+    }
+    for (const auto& [level, percent] : {std::pair{0.75, 75}, {1.7, 100}, {-0.2, 0}}) {
+        EXPECT_TRUE(volume_.setVolume(level)) << level;
+        EXPECT_EQ(channelsAt("@DEFAULT_SINK@", percent), 2) << level;
+    }
+
+    EXPECT_TRUE(volume_.setMuted(true));
+    EXPECT_EQ(PulseServer::pactl({"get-sink-mute", "test"}).trimmed(), "Mute: yes");
+    EXPECT_EQ(volume_.isMuted(), true);
+    PulseServer::pactl({"set-sink-mute", "test", "0"});
+    EXPECT_EQ(volume_.isMuted(), false);
+
+    PulseServer::pactl({"load-module", "module-null-sink", "sink_name=other"});
+    PulseServer::pactl({"set-default-sink", "other"});
+    EXPECT_TRUE(volume_.setVolume(0.3));
+    EXPECT_TRUE(volume_.setMuted(true));
+    EXPECT_EQ(channelsAt("other", 30), 2);
+    EXPECT_EQ(channelsAt("test", 0), 2);
+    EXPECT_EQ(PulseServer::pactl({"get-sink-mute", "test"}).trimmed(), "Mute: no");
 }
 
 } // namespace
