@@ -16,8 +16,7 @@ namespace ruvola::testing {
 /// - alpha.desktop: windows of class (alpha-bin, Alpha), known by the lower-cased class;
 /// - org.example.Beta.desktop: (beta, Beta), known by its StartupWMClass;
 /// - files.desktop: (files, Files), the handler of folders;
-/// - ruvola-path-app on PATH: (delta, Delta), with no entry; (gamma, Gamma) has none either;
-/// - json.desktop and plain.desktop: editors that write the file they open to record.ID.
+/// - ruvola-path-app on PATH: (delta, Delta), with no entry; (gamma, Gamma) has none either.
 inline const std::filesystem::path& privateDesktop(const std::string& window) {
     namespace fs = std::filesystem;
     static const QTemporaryDir root;
@@ -26,7 +25,7 @@ inline const std::filesystem::path& privateDesktop(const std::string& window) {
         for (const char* child : {"applications", "system", "bin"}) {
             fs::create_directories(base / child);
         }
-        // openbox needs a theme from the data folders; GIO the MIME database to type files.
+        // openbox needs a theme from the data folders; GIO the MIME database.
         fs::create_directory_symlink("/usr/share/themes", base / "system/themes");
         fs::create_directory_symlink("/usr/share/mime", base / "system/mime");
         const auto script = [&](const fs::path& path, const std::string& body) {
@@ -35,7 +34,6 @@ inline const std::filesystem::path& privateDesktop(const std::string& window) {
         };
         script(base / "start", "echo \"$1 $PPID\" >>\"${0%/*}/started.log\"\nshift\nexec \"" +
                                    window + "\" \"$@\"");
-        script(base / "record", "echo \"$2\" >\"${0%/*}/record.$1\"");
         script(base / "bin/ruvola-path-app",
                "exec \"" + (base / "start").string() + "\" delta --class Delta --instance delta");
         const auto entry = [&](const std::string& id, const std::string& keys) {
@@ -48,14 +46,8 @@ inline const std::filesystem::path& privateDesktop(const std::string& window) {
         entry("org.example.Beta", "Name=Beta Viewer\nStartupWMClass=Beta\n" + start +
                                       "beta --class Beta --instance beta");
         entry("files", "Name=Files\n" + start + "files --class Files --instance files");
-        std::ofstream list(base / "mimeapps.list");
-        list << "[Default Applications]\ninode/directory=files.desktop\n";
-        for (const std::string type : {"application/json", "text/plain"}) {
-            const std::string name = type.substr(type.find('/') + 1);
-            list << type << "=" << name << ".desktop\n";
-            entry(name, "Name=" + name + "\nExec=" + (base / "record").string() + " " + name +
-                            " %f\nMimeType=" + type + ";");
-        }
+        std::ofstream(base / "mimeapps.list")
+            << "[Default Applications]\ninode/directory=files.desktop\n";
         for (const char* variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
             setenv(variable, base.c_str(), 1);
         }

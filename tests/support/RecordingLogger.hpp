@@ -22,15 +22,9 @@ public:
         return lines_;
     }
 
-    std::size_t count() const {
-        const std::scoped_lock lock(mutex_);
-        return lines_.size();
-    }
+    std::size_t count() const { return lines().size(); }
 
-    bool contains(const std::string& line) const {
-        const std::scoped_lock lock(mutex_);
-        return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
-    }
+    bool contains(const std::string& line) const { return std::ranges::count(lines(), line) > 0; }
 
 private:
     mutable std::mutex mutex_;

@@ -15,6 +15,24 @@
 
 namespace ruvola::testing {
 
+/// Asks a helper process to end and waits for it, if it runs.
+inline void stopProcess(QProcess& process) {
+    if (process.state() != QProcess::NotRunning) {
+        process.terminate();
+        process.waitForFinished(5000);
+    }
+}
+
+/// Why this machine can't run the tools, or empty when it can.
+inline std::string missingTools(std::initializer_list<std::pair<const char*, bool>> tools) {
+    for (const auto& [tool, wanted] : tools) {
+        if (wanted && QStandardPaths::findExecutable(tool).isEmpty()) {
+            return std::string(tool) + " is not installed";
+        }
+    }
+    return {};
+}
+
 /// A private Xvfb, optionally with openbox managing its windows and a tray. It picks a free display
 /// itself and says which, so tests running in parallel never collide. `DISPLAY` points at it while
 /// it runs. Each server is stopped by its own process, never by name.
@@ -24,15 +42,10 @@ public:
 
     /// Why this machine can't run one, or empty when it can.
     static std::string missing(bool windowManager, bool tray = false) {
-        for (const auto& [tool, wanted] : {std::pair{"Xvfb", true},
-                                           {"openbox", windowManager},
-                                           {"xprop", windowManager},
-                                           {"trayer", tray}}) {
-            if (wanted && QStandardPaths::findExecutable(tool).isEmpty()) {
-                return std::string(tool) + " is not installed";
-            }
-        }
-        return {};
+        return missingTools({{"Xvfb", true},
+                             {"openbox", windowManager},
+                             {"xprop", windowManager},
+                             {"trayer", tray}});
     }
 
     /// Starts the server (and the window manager); false when either did not come up.
@@ -67,10 +80,7 @@ public:
 
     void stop() {
         for (QProcess* process : {&tray_, &manager_, &server_}) {
-            if (process->state() != QProcess::NotRunning) {
-                process->terminate();
-                process->waitForFinished(5000);
-            }
+            stopProcess(*process);
         }
         if (!name_.empty()) {
             unsetenv("DISPLAY");
@@ -106,13 +116,7 @@ class PulseServer {
 public:
     ~PulseServer() { stop(); }
 
-    static std::string missing() {
-        if (QStandardPaths::findExecutable("pulseaudio").isEmpty() ||
-            QStandardPaths::findExecutable("pactl").isEmpty()) {
-            return "pulseaudio and pactl are not installed";
-        }
-        return {};
-    }
+    static std::string missing() { return missingTools({{"pulseaudio", true}, {"pactl", true}}); }
 
     bool start(const QString& folder) {
         using namespace std::chrono_literals;
@@ -136,12 +140,7 @@ public:
         return server_.state() == QProcess::Running;
     }
 
-    void stop() {
-        if (server_.state() != QProcess::NotRunning) {
-            server_.terminate();
-            server_.waitForFinished(5000);
-        }
-    }
+    void stop() { stopProcess(server_); }
 
     /// Runs pactl against this server and gives its standard output.
     static QString pactl(const QStringList& arguments) {
@@ -166,11 +165,7 @@ public:
         }
     }
 
-    static std::string missing() {
-        return QStandardPaths::findExecutable("dbus-daemon").isEmpty()
-                   ? "dbus-daemon is not installed"
-                   : "";
-    }
+    static std::string missing() { return missingTools({{"dbus-daemon", true}}); }
 
     /// Starts both with their sockets in `folder` and points the bus variables at them.
     void start(const QString& folder) {
