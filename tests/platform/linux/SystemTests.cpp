@@ -6,6 +6,7 @@
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
 #include "Ruvola/platform/linux/Session.hpp"
 #include "Ruvola/platform/linux/UdevHidDiscovery.hpp"
+#include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
 #include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
 #include "tests/support/EventLoop.hpp"
 #include "tests/support/Servers.hpp"
@@ -189,6 +190,28 @@ TEST(DirectoryWatcher, ReportsChangesInTheDirectoryItHasTheNameOf) {
     testing::runEventLoop(100ms);
     EXPECT_EQ(calls, 0);
     EXPECT_EQ(descriptors(), before);
+}
+
+// The uinput node's watcher follows the node, not its neighbours, through the same queue.
+TEST(AccessWatcher, ReportsTheNodeComingGoingAndChangingMode) {
+    QTemporaryDir root;
+    const fs::path folder = root.path().toStdString(), node = folder / "uinput";
+    EXPECT_FALSE(UinputAccessWatcher(folder / "missing" / "uinput").start([] {}));
+    UinputAccessWatcher watcher(node);
+    int calls = 0;
+    ASSERT_TRUE(watcher.start([&] { ++calls; }));
+    const std::vector<std::tuple<const char*, std::function<void()>, bool>> changes{
+        {"created", [&] { std::ofstream(node) << ""; }, true},
+        {"mode changed", [&] { fs::permissions(node, fs::perms::owner_read); }, true},
+        {"a neighbour", [&] { std::ofstream(folder / "other") << ""; }, false},
+        {"removed", [&] { fs::remove(node); }, true},
+        {"renamed into place", [&] { fs::rename(folder / "other", node); }, true},
+    };
+    for (const auto& [name, change, reported] : changes) {
+        calls = 0;
+        change();
+        EXPECT_EQ(waitUntil([&] { return calls > 0; }, reported ? 5s : 100ms), reported) << name;
+    }
 }
 
 // The entry is read back as GIO runs it: the value unescaped, "%%" made "%", then split.
