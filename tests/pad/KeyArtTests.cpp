@@ -39,7 +39,6 @@ TEST(KeyArt, InkContrastsWithTheBackground) {
         std::optional<std::string> color;
         QRgb background, ink;
     } cases[] = {{std::nullopt, standard, white},
-                 {"#FFFFFF", white, dark},
                  {"#777777", qRgb(0x77, 0x77, 0x77), white},
                  {"#bbbbbb", qRgb(0xbb, 0xbb, 0xbb), dark},
                  {"#12345g", standard, white}};
@@ -80,6 +79,17 @@ TEST(KeyArt, JpegIsTheUprightPictureTurnedClockwise) {
         EXPECT_LT(distance(decoded, rotation), 4) << rotation;
         EXPECT_GT(distance(decoded, rotation + 180), 10) << rotation;
     }
+}
+
+// A name takes up to three lines at the largest size; a fourth makes the text smaller.
+TEST(KeyArt, NamesWrapOntoThreeLinesBeforeTheyShrink) {
+    const auto wrapped = [](const char* name) {
+        KeyArt::Wrapped result = KeyArt::wrap(name);
+        return std::pair(result.lines, result.size);
+    };
+    using Lines = std::vector<QString>;
+    EXPECT_EQ(wrapped("Mute The Mic"), std::pair(Lines{"Mute", "The", "Mic"}, 16));
+    EXPECT_EQ(wrapped("Left Right Up Down"), std::pair(Lines{"Left", "Right Up", "Down"}, 14));
 }
 
 } // namespace
