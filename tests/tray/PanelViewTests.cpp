@@ -1,6 +1,5 @@
 // The status panel's widgets, used as a person would: clicks, keys, and a look at the result.
 #include "Ruvola/tray/PanelRowView.hpp"
-#include "Ruvola/tray/PanelSymbols.hpp"
 #include "Ruvola/tray/PanelWidgets.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
 #include "support/EventLoop.hpp"
@@ -75,16 +74,14 @@ TEST(PanelContentView, TogglesButtonsAndNameFieldsReportTheirUse) {
     Ran ran;
     std::string committed;
     Panel panel({
-        {PanelEntry::Toggle{
-            .title = "Fine", .isOn = true, .toolTip = "Tip", .action = ran("fine")}},
+        {PanelEntry::Toggle{.title = "Fine", .isOn = true, .action = ran("fine")}},
         {PanelEntry::Buttons{{{.title = "Quit", .enabled = false, .action = ran("quit")},
                               {.title = "Reload", .action = ran("reload")}}}},
         {PanelRow{.id = "name",
                   .text = "Profile",
                   .editingName = PanelNameEdit{"Old", "", [&](auto& text) { committed = text; }}}},
     });
-    const QAbstractButton* toggle = panel.button("Fine");
-    EXPECT_TRUE(toggle && toggle->isChecked() && toggle->toolTip() == "Tip");
+    EXPECT_TRUE(panel.button("Fine")->isChecked());
     for (const QString title : {"Fine", "Quit", "Reload"}) {
         QTest::mouseClick(panel.button(title), Qt::LeftButton);
     }
@@ -181,13 +178,7 @@ TEST(StatusPanelController, PlacesThePanelUnderItsIconWithinTheScreen) {
 
 // The key strip under the pad row, also saved for a person to look at.
 TEST(PanelContentView, ShowsEachKeysPictureUnderThePadRow) {
-    Panel panel(std::vector<PanelEntry>{
-        {PanelRow{.id = "pad",
-                  .text = "Pad",
-                  .symbol = "no.such.symbol",
-                  .symbolFallbacks = {"square.grid.3x2.fill"},
-                  .details = {{"circle.fill", "Connected", QColor(Qt::green)}},
-                  .trailing = "9 Set"}}});
+    Panel panel(std::vector<PanelEntry>{{PanelRow{.id = "pad", .text = "Pad"}}});
     const QColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::magenta};
     std::array<QImage, 6> keys;
     for (std::size_t i = 0; i < std::size(colours); ++i) { // key 6 has no picture
@@ -196,13 +187,9 @@ TEST(PanelContentView, ShowsEachKeysPictureUnderThePadRow) {
     }
     panel.view.setKeyImages(keys);
     panel.settle();
-    const panel::RowView* pad = panel.rowView("pad");
-    EXPECT_EQ(pad->accessibleName() + " | " + pad->accessibleDescription(),
-              "Pad | Connected, 9 Set");
-
     auto* strip = dynamic_cast<panel::KeyStripView*>(panel.view.findChild<QWidget*>("keyStrip"));
     ASSERT_TRUE(strip);
-    EXPECT_EQ(strip->y(), pad->geometry().bottom() + 1);
+    EXPECT_EQ(strip->y(), panel.rowView("pad")->geometry().bottom() + 1);
     const QImage pixels = strip->grab().toImage();
     for (int index = 0; index < 6; ++index) {
         const QColor seen = pixels.pixelColor(strip->keyRect(index).center());
