@@ -102,9 +102,6 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndWithoutAccessTheLevelIsSetDirect
     EXPECT_EQ(level(), "0%");
     EXPECT_TRUE(muted());
     EXPECT_EQ(keys_.presses.size(), 4U);
-    pulse_.stop(); // a server that has gone: nothing happens, nothing blocks for long
-    volume.changeVolume(true);
-    EXPECT_EQ(logger_.count(), 2U);
 }
 
 } // namespace

@@ -15,7 +15,7 @@ public:
     explicit Device(VirtualPad& pad) : pad_(pad) {}
 
     int vendorID() const override { return 0x1500; }
-    int productID() const override { return pad_.productID_; }
+    int productID() const override { return 0x3001; }
     void setInputHandler(std::function<void(std::span<const std::uint8_t>)> handler) override {
         handler_ = std::move(handler);
     }
@@ -53,7 +53,7 @@ public:
     // Like the system's manager, reports only devices that match.
     void announce() {
         const bool matches = std::ranges::any_of(matching_, [&](const auto& match) {
-            return match.vendorID == 0x1500 && match.productID == pad_.productID_ &&
+            return match.vendorID == 0x1500 && match.productID == 0x3001 &&
                    match.usagePage == PadProtocol::usagePage;
         });
         if (pad_.device_ && onMatch_ && matches) {
@@ -70,8 +70,7 @@ private:
     QObject alive_;
 };
 
-VirtualPad::VirtualPad(int productID)
-    : productID_(productID), device_(std::make_unique<Device>(*this)) {}
+VirtualPad::VirtualPad() : device_(std::make_unique<Device>(*this)) {}
 
 VirtualPad::~VirtualPad() = default;
 

@@ -20,7 +20,7 @@ namespace ruvola::testing {
 /// `manager()` makes the HidManager a PadConnection is given; the pad must outlive it.
 class VirtualPad {
 public:
-    explicit VirtualPad(int productID = 0x3001);
+    VirtualPad();
     ~VirtualPad();
 
     std::unique_ptr<platform::HidManager> manager();
@@ -57,7 +57,6 @@ private:
     void command(std::span<const std::uint8_t> report);
     void chunk(std::span<const std::uint8_t> report);
 
-    const int productID_;
     Manager* manager_ = nullptr;
     std::unique_ptr<Device> device_;
 

@@ -1,4 +1,3 @@
-#include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/pad/PadConnection.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
@@ -75,24 +74,6 @@ TEST_F(PadConnectionTest, StartsThePadInOrderAtEveryAttachAndSaysOnceWhenItIsGon
     EXPECT_TRUE(pad_.violations.empty());
 }
 
-TEST_F(PadConnectionTest, IgnoresOtherProductsAndDoesNothingWithoutAPad) {
-    VirtualPad other(0x3002);
-    pad_.unplug();
-    for (VirtualPad* pad : {&other, &pad_}) {
-        PadConnection connection(pad->manager());
-        bool called = false;
-        connection.onStatus = [&](const PadConnection::Status&) { called = true; };
-        connection.onStarted = [&] { called = true; };
-        testing::runEventLoop(std::chrono::milliseconds(50));
-        connection.restart();
-        connection.send(PadProtocol::refresh());
-        connection.sendKeyImage(1, std::vector<std::uint8_t>(100, 1));
-        connection.shutdown();
-        EXPECT_FALSE(called);
-        EXPECT_TRUE(pad->received.empty());
-    }
-}
-
 // The keepalive finds the refusal; the pad is started again on the first command it takes.
 TEST_F(PadConnectionTest, SaysOnceWhenThePadIsRefusedAndRestartsItWhenItIsBack) {
     connect(std::chrono::milliseconds(10));
@@ -131,25 +112,6 @@ TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
     EXPECT_EQ(Strings(pad_.received.end() - 2, pad_.received.end()), (Strings{"CLE DC", "HAN"}));
     EXPECT_FALSE(pad_.key(3));
     EXPECT_TRUE(pad_.violations.empty()) << pad_.violations.front();
-}
-
-TEST_F(PadConnectionTest, WatchPrintsEveryStatusAndInput) {
-    pad_.firmware = std::vector<std::uint8_t>{0x01, 'V', '2'};
-    connect();
-    Strings lines;
-    RuvolaCLI::watch(*connection_, [&](const std::string& line) { lines.push_back(line); });
-    ASSERT_TRUE(waitUntil([&] { return !lines.empty(); }));
-    // Key 1, the middle knob, the unknown control 0x07, a turn, and a report too short to read.
-    for (const auto& [code, state] : {std::pair{0x01, 1}, {0x35, 1}, {0x07, 1}, {0x90, 0}}) {
-        pad_.report(static_cast<std::uint8_t>(code), static_cast<std::uint8_t>(state));
-    }
-    pad_.reportBytes({'A', 'C', 'K'});
-    pad_.unplug();
-    pad_.firmware.reset();
-    pad_.plugIn();
-    EXPECT_EQ(lines, (Strings{"connected: Soomfon Stream Controller SE (V2)", "key 1  press",
-                              "middle knob  press", "left knob  left", "waiting for a pad\u2026",
-                              "connected: Soomfon Stream Controller SE (firmware unknown)"}));
 }
 
 } // namespace

@@ -6,8 +6,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -62,40 +60,7 @@ struct Panel {
         return dynamic_cast<panel::RowView*>(view.findChild<QWidget*>(QString::fromStdString(id)));
     }
     void click(const std::string& id) { QTest::mouseClick(rowView(id), Qt::LeftButton); }
-    QAbstractButton* button(const QString& text) const {
-        const auto all = view.findChildren<QAbstractButton*>();
-        const auto found = std::ranges::find_if(
-            all, [&](const auto* button) { return button->text() == text && button->isVisible(); });
-        return found == all.end() ? nullptr : *found;
-    }
 };
-
-TEST(PanelContentView, TogglesButtonsAndNameFieldsReportTheirUse) {
-    Ran ran;
-    std::string committed;
-    Panel panel({
-        {PanelEntry::Toggle{.title = "Fine", .isOn = true, .action = ran("fine")}},
-        {PanelEntry::Buttons{{{.title = "Quit", .enabled = false, .action = ran("quit")},
-                              {.title = "Reload", .action = ran("reload")}}}},
-        {PanelRow{.id = "name",
-                  .text = "Profile",
-                  .editingName = PanelNameEdit{"Old", "", [&](auto& text) { committed = text; }}}},
-    });
-    EXPECT_TRUE(panel.button("Fine")->isChecked());
-    for (const QString title : {"Fine", "Quit", "Reload"}) {
-        QTest::mouseClick(panel.button(title), Qt::LeftButton);
-    }
-    ASSERT_TRUE(waitUntil([&] { return ran["reload"] == 1; }));
-    EXPECT_EQ(ran, (Ran{{{"fine", 1}, {"reload", 1}}}));
-
-    QLineEdit* field = panel.rowView("name")->nameField();
-    ASSERT_TRUE(field && field->text() == "Old");
-    field->setFocus();
-    field->selectAll();
-    QTest::keyClicks(field, "New");
-    QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_TRUE(waitUntil([&] { return committed == "New"; }));
-}
 
 TEST(PanelContentView, KeysAndClicksReachEnabledRowsAndStateFollowsRowIds) {
     Ran ran;
