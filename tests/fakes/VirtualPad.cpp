@@ -10,8 +10,7 @@
 
 namespace ruvola::testing {
 
-class VirtualPad::Device final : public platform::HidDevice {
-public:
+struct VirtualPad::Device final : platform::HidDevice {
     explicit Device(VirtualPad& pad) : pad_(pad) {}
 
     int vendorID() const override { return 0x1500; }
@@ -30,14 +29,11 @@ public:
         return bytes;
     }
 
-    std::function<void(std::span<const std::uint8_t>)> handler_;
-
-private:
     VirtualPad& pad_;
+    std::function<void(std::span<const std::uint8_t>)> handler_;
 };
 
-class VirtualPad::Manager final : public platform::HidManager {
-public:
+struct VirtualPad::Manager final : platform::HidManager {
     explicit Manager(VirtualPad& pad) : pad_(pad) { pad_.manager_ = this; }
     ~Manager() override { pad_.manager_ = nullptr; }
 
@@ -64,8 +60,6 @@ public:
     std::vector<platform::HidMatch> matching_;
     std::function<void(platform::HidDevice&)> onMatch_;
     std::function<void(platform::HidDevice&)> onRemoval_;
-
-private:
     VirtualPad& pad_;
     QObject alive_;
 };
@@ -85,10 +79,6 @@ const std::optional<QImage>& VirtualPad::key(int index) const {
 void VirtualPad::report(std::uint8_t code, std::uint8_t state) {
     std::vector<std::uint8_t> bytes(PadProtocol::inputReportSize, 0);
     bytes[0] = 'A', bytes[1] = 'C', bytes[2] = 'K', bytes[9] = code, bytes[10] = state;
-    reportBytes(std::move(bytes));
-}
-
-void VirtualPad::reportBytes(std::vector<std::uint8_t> bytes) {
     if (device_ && device_->handler_) {
         device_->handler_(bytes);
     }

@@ -42,16 +42,13 @@ public:
 
     /// Sends the input report of a control, e.g. report(0x01, 1) for key 1 down.
     void report(std::uint8_t code, std::uint8_t state = 0);
-    /// Sends raw bytes as an input report.
-    void reportBytes(std::vector<std::uint8_t> bytes);
 
     void unplug();
-    void plugIn();
-    bool pluggedIn() const { return device_ != nullptr; }
+    void plugIn(); // does nothing while plugged in
 
 private:
-    class Device;
-    class Manager;
+    struct Device;
+    struct Manager;
 
     int take(std::span<const std::uint8_t> report);
     void command(std::span<const std::uint8_t> report);

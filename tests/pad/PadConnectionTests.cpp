@@ -58,9 +58,7 @@ TEST_F(PadConnectionTest, StartsThePadInOrderAtEveryAttachAndSaysOnceWhenItIsGon
         const auto& [report, connected] = cases[static_cast<std::size_t>(n) % cases.size()];
         pad_.firmware = report; // the first attach is queued, the others follow plugIn()
         connection_->brightness = n % 101;
-        if (!pad_.pluggedIn()) {
-            pad_.plugIn();
-        }
+        pad_.plugIn();
         ASSERT_TRUE(attached());
         ASSERT_EQ(events_, (Strings{"started", connected})) << n;
         ASSERT_EQ(pad_.received, startup("feature 1", n % 101)) << n;
@@ -107,7 +105,6 @@ TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
     ASSERT_TRUE(pad_.key(3));
     const QColor shown = pad_.key(3)->pixelColor(32, 32);
     EXPECT_NEAR(shown.red(), 220, 8);
-    EXPECT_NEAR(shown.green(), 20, 8);
     connection_->shutdown();
     EXPECT_EQ(Strings(pad_.received.end() - 2, pad_.received.end()), (Strings{"CLE DC", "HAN"}));
     EXPECT_FALSE(pad_.key(3));

@@ -5,7 +5,6 @@
 #include "support/EventLoop.hpp"
 
 #include <QApplication>
-#include <QDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -139,30 +138,6 @@ TEST(StatusPanelController, PlacesThePanelUnderItsIconWithinTheScreen) {
         EXPECT_EQ(StatusPanelController::placement(c.anchor, {302, c.height}, screen), c.frame)
             << c.where;
     }
-}
-
-// The key strip under the pad row, also saved for a person to look at.
-TEST(PanelContentView, ShowsEachKeysPictureUnderThePadRow) {
-    Panel panel(std::vector<PanelEntry>{{PanelRow{.id = "pad", .text = "Pad"}}});
-    const QColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::magenta};
-    std::array<QImage, 6> keys;
-    for (std::size_t i = 0; i < std::size(colours); ++i) { // key 6 has no picture
-        keys[i] = QImage(64, 64, QImage::Format_RGB32);
-        keys[i].fill(colours[i]);
-    }
-    panel.view.setKeyImages(keys);
-    panel.settle();
-    auto* strip = dynamic_cast<panel::KeyStripView*>(panel.view.findChild<QWidget*>("keyStrip"));
-    ASSERT_TRUE(strip);
-    EXPECT_EQ(strip->y(), panel.rowView("pad")->geometry().bottom() + 1);
-    const QImage pixels = strip->grab().toImage();
-    for (int index = 0; index < 6; ++index) {
-        const QColor seen = pixels.pixelColor(strip->keyRect(index).center());
-        const QColor wanted = index == 5 ? QColor(0x0e, 0x0e, 0x10) : colours[index];
-        EXPECT_EQ(seen.name(), wanted.name()) << "key " << index + 1;
-    }
-    ASSERT_TRUE(QDir().mkpath(RUVOLA_ARTEFACTS_DIR));
-    EXPECT_TRUE(panel.view.grab().save(RUVOLA_ARTEFACTS_DIR "/panel.png"));
 }
 
 } // namespace
