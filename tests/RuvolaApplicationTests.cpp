@@ -11,33 +11,22 @@ using testing::waitUntil;
 using Strings = std::vector<std::string>;
 
 // Key 2 has its own binding while "Editor" is in front; the left knob steps through tracks.
-struct Layout {
-    int brightness = 60;
-    int rotation = 90;
-    std::string keyOne = "Play";
-    bool keyFour = true;
-
-    std::string text() const {
-        return R"({"settings": {"brightness": )" + std::to_string(brightness) +
-               R"(, "rotation": )" + std::to_string(rotation) + R"(}, "bindings": [
-  {"control": "key 1", "name": ")" +
-               keyOne + R"(", "icon": "⏯️", "system": "playpause"},
+const std::string layout = R"({"settings": {"brightness": 60, "rotation": 90}, "bindings": [
+  {"control": "key 1", "name": "Play", "icon": "⏯️", "system": "playpause"},
   {"control": "key 2", "name": "Next", "system": "next"},
   {"control": "key 2", "when": ["Editor"], "name": "Back", "system": "previous"},
-  {"control": "key 3", "name": "Three", "color": "#1db954", "shell": "true"},)" +
-               (keyFour ? R"({"control": "key 4", "name": "Four", "shell": "true"},)" : "") +
-               R"({"control": "key 5", "name": "TV", "roku": "Home"},
+  {"control": "key 3", "name": "Three", "color": "#1db954", "shell": "true"},
+  {"control": "key 4", "name": "Four", "shell": "true"},
+  {"control": "key 5", "name": "TV", "roku": "Home"},
   {"control": "key 6", "name": "Six", "icon": "🎵", "shell": "true"},
   {"control": "left knob", "name": "Tracks", "left": {"system": "previous"},
    "right": {"system": "next"}}
 ]})";
-    }
-};
 
 class RuvolaApplicationTest : public ::testing::Test, protected testing::DriverRig {
 protected:
     void SetUp() override {
-        save(Layout{}.text());
+        save(layout);
         QObject::connect(&application, &RuvolaApplication::changed, [this] { ++changes_; });
     }
 
@@ -51,14 +40,6 @@ protected:
         return reports();
     }
 
-    Strings reports() const {
-        Strings received;
-        for (const std::string& report : pad.received) {
-            received.push_back(report.starts_with("BAT") ? report.substr(0, 5) : report);
-        }
-        return received;
-    }
-
     int changes_ = 0;
 };
 
@@ -66,19 +47,24 @@ TEST_F(RuvolaApplicationTest, SendsOnlyTheKeysWhoseLookChanged) {
     ASSERT_TRUE(start());
     EXPECT_TRUE(pad.key(6).has_value());
     const Strings allKeys{"BAT 1", "BAT 2", "BAT 3", "BAT 4", "BAT 5", "BAT 6", "STP"};
+    // Each change is made to the file as the one before left it.
     const struct {
-        const char* what;
-        Layout layout;
+        const char *what, *from, *to;
         Strings reports;
     } cases[] = {
-        {"a new name", {.keyOne = "Pause"}, {"BAT 1", "STP"}},
-        {"brightness alone", {.brightness = 80, .keyOne = "Pause"}, {"LIG 80"}},
-        {"nothing", {.brightness = 80, .keyOne = "Pause"}, {}},
-        {"rotation", {.brightness = 80, .rotation = 0, .keyOne = "Pause"}, allKeys},
-        {"a key unbound", {80, 0, "Pause", false}, {"CLE 4", "STP"}},
+        {"a new name", "Play", "Pause", {"BAT 1", "STP"}},
+        {"brightness alone", ": 60", ": 80", {"LIG 80"}},
+        {"nothing", "", "", {}},
+        {"rotation", ": 90", ": 0", allKeys},
+        {"a key unbound",
+         R"({"control": "key 4", "name": "Four", "shell": "true"},)",
+         "",
+         {"CLE 4", "STP"}},
     };
+    std::string text = layout;
     for (const auto& c : cases) {
-        EXPECT_EQ(next([&] { save(c.layout.text()); }), c.reports) << c.what;
+        text.replace(text.find(c.from), std::string_view(c.from).size(), c.to);
+        EXPECT_EQ(next([&] { save(text); }), c.reports) << c.what;
     }
 
     applications.front.emplace().name = "Editor";
@@ -87,19 +73,13 @@ TEST_F(RuvolaApplicationTest, SendsOnlyTheKeysWhoseLookChanged) {
     EXPECT_EQ(next([&] { application.frontmostChanged(); }), (Strings{"BAT 2", "STP"}));
 
     // A pad that lost its pictures is sent every bound key again, after its own start-up.
-    const Strings bound{"BAT 1", "BAT 2", "BAT 3", "BAT 5", "BAT 6", "STP"};
-    const auto ends = [&](const Strings& tail) {
-        const Strings got = reports();
-        return got.size() >= tail.size() && std::equal(tail.rbegin(), tail.rend(), got.rbegin());
+    const auto redrawn = [&] {
+        const Strings got = reports(), tail{"BAT 1", "BAT 2", "BAT 3", "BAT 5", "BAT 6", "STP"};
+        return got.size() > tail.size() && std::equal(tail.rbegin(), tail.rend(), got.rbegin());
     };
     pad.received.clear();
     application.wokeFromSleep();
-    EXPECT_TRUE(waitUntil([&] { return ends(bound); })) << ::testing::PrintToString(reports());
-    pad.received.clear();
-    pad.unplug();
-    EXPECT_TRUE(waitUntil([&] { return application.keyScreens().images()[0].isNull(); }));
-    pad.plugIn();
-    EXPECT_TRUE(waitUntil([&] { return ends(bound); })) << ::testing::PrintToString(reports());
+    EXPECT_TRUE(waitUntil(redrawn)) << ::testing::PrintToString(reports());
     EXPECT_TRUE(pad.violations.empty());
 }
 

@@ -48,13 +48,7 @@ protected:
 };
 
 TEST_F(VolumeControlTest, IgnoredKeysFallBackTapByTapThenStepTheLevelDirectly) {
-    if (const std::string missing = testing::XServer::missing(false); !missing.empty()) {
-        GTEST_SKIP() << missing;
-    }
-    testing::XServer display;
-    ASSERT_TRUE(display.start(false));
-    // The real keys, which nothing on this display hears.
-    VolumeControl volume(logger_, access_, platform_.systemKeys(), platform_.systemVolume());
+    VolumeControl volume(logger_, access_, keys_, platform_.systemVolume()); // keys nobody hears
 
     volume.toggleMute();
     EXPECT_TRUE(waitUntil(muted));
@@ -108,9 +102,6 @@ TEST_F(VolumeControlTest, AWorkingTapIsLearntAndWithoutAccessTheLevelIsSetDirect
     EXPECT_EQ(level(), "0%");
     EXPECT_TRUE(muted());
     EXPECT_EQ(keys_.presses.size(), 4U);
-    pulse_.stop(); // a server that has gone: nothing happens, nothing blocks for long
-    volume.changeVolume(true);
-    EXPECT_EQ(logger_.count(), 2U);
 }
 
 } // namespace

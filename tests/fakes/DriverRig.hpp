@@ -42,6 +42,15 @@ struct DriverRig {
         return waitUntil([&] { return pad.key(1).has_value(); });
     }
 
+    // What the pad received, images without their byte counts.
+    std::vector<std::string> reports() const {
+        std::vector<std::string> received;
+        for (const std::string& report : pad.received) {
+            received.push_back(report.starts_with("BAT") ? report.substr(0, 5) : report);
+        }
+        return received;
+    }
+
     QTemporaryDir home;
     QSettings settings{home.filePath("settings.ini"), QSettings::IniFormat};
     VirtualPad pad;

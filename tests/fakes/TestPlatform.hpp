@@ -67,8 +67,6 @@ public:
     platform::Windows* windowsOverride = nullptr;
     /// Makes the HID managers, e.g. a virtual pad's.
     std::function<std::unique_ptr<platform::HidManager>()> hidManagers;
-    /// Makes the access watchers, e.g. ones a test fires itself.
-    std::function<std::unique_ptr<platform::Notifier>()> accessWatchers;
 
     std::unique_ptr<platform::DirectoryWatcher> makeDirectoryWatcher() override {
         return real().makeDirectoryWatcher();
@@ -83,7 +81,7 @@ public:
         return real().makeWakeWatcher();
     }
     std::unique_ptr<platform::Notifier> makeAccessWatcher() override {
-        return accessWatchers ? accessWatchers() : real().makeAccessWatcher();
+        return real().makeAccessWatcher();
     }
     std::unique_ptr<platform::Notifier> makeStopWatcher() override {
         return real().makeStopWatcher();

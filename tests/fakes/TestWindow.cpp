@@ -11,23 +11,18 @@
 #include <X11/Xutil.h>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <set>
 #include <string>
 #include <unistd.h>
 
 int main(int argc, char** argv) {
-    std::string windowClass = "RuvolaTestWindow", instance = "ruvola-test-window";
-    int windows = 1;
+    std::map<std::string, std::string> options{
+        {"--class", "RuvolaTestWindow"}, {"--instance", "ruvola-test-window"}, {"--windows", "1"}};
     for (int index = 1; index + 1 < argc; index += 2) {
-        const std::string option = argv[index], value = argv[index + 1];
-        if (option == "--class") {
-            windowClass = value;
-        } else if (option == "--instance") {
-            instance = value;
-        } else {
-            windows = std::atoi(value.c_str());
-        }
+        options[argv[index]] = argv[index + 1];
     }
+    const int windows = std::atoi(options["--windows"].c_str());
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     Display* display = XOpenDisplay(nullptr);
     if (display == nullptr || windows < 1) {
@@ -37,7 +32,7 @@ int main(int argc, char** argv) {
     for (int index = 0; index < windows; ++index) {
         const Window window =
             XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 240, 120, 0, 0, 0);
-        XClassHint classHint{instance.data(), windowClass.data()};
+        XClassHint classHint{options["--instance"].data(), options["--class"].data()};
         XSetClassHint(display, window, &classHint);
         const long pid = getpid();
         XChangeProperty(display, window, XInternAtom(display, "_NET_WM_PID", False), XA_CARDINAL,

@@ -10,12 +10,11 @@
 
 namespace ruvola::testing {
 
-class VirtualPad::Device final : public platform::HidDevice {
-public:
+struct VirtualPad::Device final : platform::HidDevice {
     explicit Device(VirtualPad& pad) : pad_(pad) {}
 
-    int vendorID() const override { return pad_.vendorID_; }
-    int productID() const override { return pad_.productID_; }
+    int vendorID() const override { return 0x1500; }
+    int productID() const override { return 0x3001; }
     void setInputHandler(std::function<void(std::span<const std::uint8_t>)> handler) override {
         handler_ = std::move(handler);
     }
@@ -23,22 +22,18 @@ public:
     std::optional<std::vector<std::uint8_t>> featureReport(std::uint8_t reportID,
                                                            std::size_t length) override {
         pad_.received.push_back("feature " + std::to_string(reportID));
-        if (!pad_.firmware) {
-            return std::nullopt;
+        auto bytes = pad_.firmware;
+        if (bytes && bytes->size() > length) {
+            bytes->resize(length);
         }
-        std::vector<std::uint8_t> bytes(*pad_.firmware);
-        bytes.resize(std::min(bytes.size(), length));
         return bytes;
     }
 
-    std::function<void(std::span<const std::uint8_t>)> handler_;
-
-private:
     VirtualPad& pad_;
+    std::function<void(std::span<const std::uint8_t>)> handler_;
 };
 
-class VirtualPad::Manager final : public platform::HidManager {
-public:
+struct VirtualPad::Manager final : platform::HidManager {
     explicit Manager(VirtualPad& pad) : pad_(pad) { pad_.manager_ = this; }
     ~Manager() override { pad_.manager_ = nullptr; }
 
@@ -53,11 +48,10 @@ public:
 
     // Like the system's manager, reports only devices that match.
     void announce() {
-        const bool matches =
-            std::any_of(matching_.begin(), matching_.end(), [&](const auto& match) {
-                return match.vendorID == pad_.vendorID_ && match.productID == pad_.productID_ &&
-                       match.usagePage == PadProtocol::usagePage;
-            });
+        const bool matches = std::ranges::any_of(matching_, [&](const auto& match) {
+            return match.vendorID == 0x1500 && match.productID == 0x3001 &&
+                   match.usagePage == PadProtocol::usagePage;
+        });
         if (pad_.device_ && onMatch_ && matches) {
             onMatch_(*pad_.device_);
         }
@@ -66,14 +60,11 @@ public:
     std::vector<platform::HidMatch> matching_;
     std::function<void(platform::HidDevice&)> onMatch_;
     std::function<void(platform::HidDevice&)> onRemoval_;
-
-private:
     VirtualPad& pad_;
     QObject alive_;
 };
 
-VirtualPad::VirtualPad(int vendorID, int productID)
-    : vendorID_(vendorID), productID_(productID), device_(std::make_unique<Device>(*this)) {}
+VirtualPad::VirtualPad() : device_(std::make_unique<Device>(*this)) {}
 
 VirtualPad::~VirtualPad() = default;
 
@@ -82,17 +73,12 @@ std::unique_ptr<platform::HidManager> VirtualPad::manager() {
 }
 
 const std::optional<QImage>& VirtualPad::key(int index) const {
-    static const std::optional<QImage> none;
-    return index >= 1 && index <= 6 ? shown_[static_cast<std::size_t>(index)] : none;
+    return shown_.at(static_cast<std::size_t>(index)); // key 0 shows nothing
 }
 
 void VirtualPad::report(std::uint8_t code, std::uint8_t state) {
     std::vector<std::uint8_t> bytes(PadProtocol::inputReportSize, 0);
     bytes[0] = 'A', bytes[1] = 'C', bytes[2] = 'K', bytes[9] = code, bytes[10] = state;
-    reportBytes(std::move(bytes));
-}
-
-void VirtualPad::reportBytes(std::vector<std::uint8_t> bytes) {
     if (device_ && device_->handler_) {
         device_->handler_(bytes);
     }
@@ -120,8 +106,8 @@ void VirtualPad::plugIn() {
 }
 
 int VirtualPad::take(std::span<const std::uint8_t> report) {
-    if (refusing_ != 0) {
-        return refusing_;
+    if (refusing != 0) {
+        return refusing;
     }
     if (report.size() != PadProtocol::outputReportSize) {
         violations.push_back("report of " + std::to_string(report.size()) + " bytes");
@@ -155,12 +141,8 @@ void VirtualPad::command(std::span<const std::uint8_t> report) {
         const std::size_t length = std::size_t{payload[0]} << 24 | std::size_t{payload[1]} << 16 |
                                    std::size_t{payload[2]} << 8 | payload[3];
         transfer_ = Transfer{payload[4], length, {}};
-        if (length == 0) {
-            chunk({});
-        }
     } else if (name == "LIG") {
-        brightness_ = payload[2];
-        received.push_back("LIG " + std::to_string(brightness_));
+        received.push_back("LIG " + std::to_string(payload[2]));
     } else if (name == "CLE" && payload[2] == 'D' && payload[3] == 'C') {
         received.emplace_back("CLE DC");
         pending_.fill(std::nullopt);
@@ -174,7 +156,6 @@ void VirtualPad::command(std::span<const std::uint8_t> report) {
         }
     } else {
         received.push_back(name);
-        halted_ = name == "HAN" || (name != "DIS" && halted_);
         if (name == "STP") {
             shown_ = pending_;
         }
@@ -204,7 +185,6 @@ void VirtualPad::chunk(std::span<const std::uint8_t> report) {
     } else {
         violations.push_back("image for key " + std::to_string(transfer.key));
     }
-    lastImage = std::move(transfer.bytes);
     transfer_.reset();
 }
 

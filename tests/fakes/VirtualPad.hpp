@@ -14,13 +14,13 @@
 namespace ruvola::testing {
 
 /// A stand-in for the CN002 on the HID seam. It checks every output report the way the pad reads
-/// it, keeps what the pad would show (brightness, the six keys' pictures, halted or running), and
-/// can be pressed, unplugged, plugged back and made to refuse writes.
+/// it, keeps the six keys' pictures the pad would show, and can be pressed, unplugged, plugged
+/// back and made to refuse writes.
 ///
 /// `manager()` makes the HidManager a PadConnection is given; the pad must outlive it.
 class VirtualPad {
 public:
-    explicit VirtualPad(int vendorID = 0x1500, int productID = 0x3001);
+    VirtualPad();
     ~VirtualPad();
 
     std::unique_ptr<platform::HidManager> manager();
@@ -32,47 +32,31 @@ public:
     /// Reports the pad could not make sense of; a correct host leaves this empty.
     std::vector<std::string> violations;
 
-    /// What the pad shows: set by refresh ("STP") from the images and clears before it.
-    int brightness() const { return brightness_; }
+    /// What a key shows: set by refresh ("STP") from the images and clears before it.
     const std::optional<QImage>& key(int index) const;
-    bool halted() const { return halted_; }
-    /// The bytes of the last key image that arrived in full, as the pad put them together.
-    std::vector<std::uint8_t> lastImage;
 
     /// The firmware feature report's bytes, or nothing to make the read fail.
     std::optional<std::vector<std::uint8_t>> firmware;
+    /// When not 0, the errno every write fails with.
+    int refusing = 0;
 
     /// Sends the input report of a control, e.g. report(0x01, 1) for key 1 down.
     void report(std::uint8_t code, std::uint8_t state = 0);
-    /// Sends raw bytes as an input report.
-    void reportBytes(std::vector<std::uint8_t> bytes);
 
     void unplug();
-    void plugIn();
-    bool pluggedIn() const { return device_ != nullptr; }
-
-    /// Makes every write fail with `error` (an errno) until `acceptWrites()`.
-    void refuseWrites(int error) { refusing_ = error; }
-    void acceptWrites() { refusing_ = 0; }
+    void plugIn(); // does nothing while plugged in
 
 private:
-    class Device;
-    class Manager;
-    friend class Device;
-    friend class Manager;
+    struct Device;
+    struct Manager;
 
     int take(std::span<const std::uint8_t> report);
     void command(std::span<const std::uint8_t> report);
     void chunk(std::span<const std::uint8_t> report);
 
-    const int vendorID_;
-    const int productID_;
     Manager* manager_ = nullptr;
     std::unique_ptr<Device> device_;
-    int refusing_ = 0;
 
-    int brightness_ = -1;
-    bool halted_ = false;
     std::array<std::optional<QImage>, 7> pending_;
     std::array<std::optional<QImage>, 7> shown_;
 

@@ -1,14 +1,10 @@
 // The status panel's widgets, used as a person would: clicks, keys, and a look at the result.
 #include "Ruvola/tray/PanelRowView.hpp"
-#include "Ruvola/tray/PanelSymbols.hpp"
 #include "Ruvola/tray/PanelWidgets.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
 #include "support/EventLoop.hpp"
 
 #include <QApplication>
-#include <QDir>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -63,42 +59,7 @@ struct Panel {
         return dynamic_cast<panel::RowView*>(view.findChild<QWidget*>(QString::fromStdString(id)));
     }
     void click(const std::string& id) { QTest::mouseClick(rowView(id), Qt::LeftButton); }
-    QAbstractButton* button(const QString& text) const {
-        const auto all = view.findChildren<QAbstractButton*>();
-        const auto found = std::ranges::find_if(
-            all, [&](const auto* button) { return button->text() == text && button->isVisible(); });
-        return found == all.end() ? nullptr : *found;
-    }
 };
-
-TEST(PanelContentView, TogglesButtonsAndNameFieldsReportTheirUse) {
-    Ran ran;
-    std::string committed;
-    Panel panel({
-        {PanelEntry::Toggle{
-            .title = "Fine", .isOn = true, .toolTip = "Tip", .action = ran("fine")}},
-        {PanelEntry::Buttons{{{.title = "Quit", .enabled = false, .action = ran("quit")},
-                              {.title = "Reload", .action = ran("reload")}}}},
-        {PanelRow{.id = "name",
-                  .text = "Profile",
-                  .editingName = PanelNameEdit{"Old", "", [&](auto& text) { committed = text; }}}},
-    });
-    const QAbstractButton* toggle = panel.button("Fine");
-    EXPECT_TRUE(toggle && toggle->isChecked() && toggle->toolTip() == "Tip");
-    for (const QString title : {"Fine", "Quit", "Reload"}) {
-        QTest::mouseClick(panel.button(title), Qt::LeftButton);
-    }
-    ASSERT_TRUE(waitUntil([&] { return ran["reload"] == 1; }));
-    EXPECT_EQ(ran, (Ran{{{"fine", 1}, {"reload", 1}}}));
-
-    QLineEdit* field = panel.rowView("name")->nameField();
-    ASSERT_TRUE(field && field->text() == "Old");
-    field->setFocus();
-    field->selectAll();
-    QTest::keyClicks(field, "New");
-    QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_TRUE(waitUntil([&] { return committed == "New"; }));
-}
 
 TEST(PanelContentView, KeysAndClicksReachEnabledRowsAndStateFollowsRowIds) {
     Ran ran;
@@ -177,40 +138,6 @@ TEST(StatusPanelController, PlacesThePanelUnderItsIconWithinTheScreen) {
         EXPECT_EQ(StatusPanelController::placement(c.anchor, {302, c.height}, screen), c.frame)
             << c.where;
     }
-}
-
-// The key strip under the pad row, also saved for a person to look at.
-TEST(PanelContentView, ShowsEachKeysPictureUnderThePadRow) {
-    Panel panel(std::vector<PanelEntry>{
-        {PanelRow{.id = "pad",
-                  .text = "Pad",
-                  .symbol = "no.such.symbol",
-                  .symbolFallbacks = {"square.grid.3x2.fill"},
-                  .details = {{"circle.fill", "Connected", QColor(Qt::green)}},
-                  .trailing = "9 Set"}}});
-    const QColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::magenta};
-    std::array<QImage, 6> keys;
-    for (std::size_t i = 0; i < std::size(colours); ++i) { // key 6 has no picture
-        keys[i] = QImage(64, 64, QImage::Format_RGB32);
-        keys[i].fill(colours[i]);
-    }
-    panel.view.setKeyImages(keys);
-    panel.settle();
-    const panel::RowView* pad = panel.rowView("pad");
-    EXPECT_EQ(pad->accessibleName() + " | " + pad->accessibleDescription(),
-              "Pad | Connected, 9 Set");
-
-    auto* strip = dynamic_cast<panel::KeyStripView*>(panel.view.findChild<QWidget*>("keyStrip"));
-    ASSERT_TRUE(strip);
-    EXPECT_EQ(strip->y(), pad->geometry().bottom() + 1);
-    const QImage pixels = strip->grab().toImage();
-    for (int index = 0; index < 6; ++index) {
-        const QColor seen = pixels.pixelColor(strip->keyRect(index).center());
-        const QColor wanted = index == 5 ? QColor(0x0e, 0x0e, 0x10) : colours[index];
-        EXPECT_EQ(seen.name(), wanted.name()) << "key " << index + 1;
-    }
-    ASSERT_TRUE(QDir().mkpath(RUVOLA_ARTEFACTS_DIR));
-    EXPECT_TRUE(panel.view.grab().save(RUVOLA_ARTEFACTS_DIR "/panel.png"));
 }
 
 } // namespace
