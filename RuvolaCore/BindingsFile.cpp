@@ -200,28 +200,29 @@ Result<HTTPRequest, RequestProblem> BindingsFile::request(const PadAction& actio
         }
         const std::string port = settings.roku.find(':') == std::string::npos ? ":8060" : "";
         const bool isKey = roku->command.kind == RokuCommand::Kind::key;
-        std::string address = "http://" + settings.roku + port + "/" +
-                              (isKey ? "keypress/" : "launch/") + roku->command.value;
-        if (!url::parses(address)) {
+        auto address = url::permissive("http://" + settings.roku + port + "/" +
+                                       (isKey ? "keypress/" : "launch/") + roku->command.value);
+        if (!address) {
             return problem("the Roku address isn't usable");
         }
-        return HTTPRequest{std::move(address), "POST"};
+        return HTTPRequest{std::move(*address), "POST"};
     }
     if (const auto* homeAssistant = action.as<PadAction::HomeAssistant>()) {
         constexpr std::string_view noAddress = "no Home Assistant address in the settings";
-        std::string address = settings.homeAssistant + "/api/webhook/" + homeAssistant->webhookID;
-        if (settings.homeAssistant.empty() || !url::parses(address)) {
+        auto address =
+            url::permissive(settings.homeAssistant + "/api/webhook/" + homeAssistant->webhookID);
+        if (settings.homeAssistant.empty() || !address) {
             return problem(noAddress);
         }
-        return HTTPRequest{std::move(address), "POST"};
+        return HTTPRequest{std::move(*address), "POST"};
     }
     if (const auto* ntfy = action.as<PadAction::Ntfy>()) {
-        std::string address = std::string(ntfyBaseURL) + settings.ntfy;
-        if (settings.ntfy.empty() || !url::parses(address)) {
+        auto address = url::permissive(std::string(ntfyBaseURL) + settings.ntfy);
+        if (settings.ntfy.empty() || !address) {
             return problem("no ntfy topic in the settings");
         }
         return HTTPRequest{
-            std::move(address), "POST", ntfy->message, {{"Title", std::string(title)}}};
+            std::move(*address), "POST", ntfy->message, {{"Title", std::string(title)}}};
     }
     return problem("isn't a web request");
 }

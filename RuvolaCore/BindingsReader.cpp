@@ -92,9 +92,14 @@ bool isHexColor(std::string_view color) {
     return true;
 }
 
-bool isHttpURL(std::string_view text) {
-    const auto scheme = url::scheme(text);
-    return scheme && scheme->starts_with("http");
+// The text as an http(s) URL, percent-encoded where it has to be, or nothing.
+std::optional<std::string> httpURL(std::string_view text) {
+    auto address = url::permissive(text);
+    const auto scheme = address ? url::scheme(*address) : std::nullopt;
+    if (!scheme || !scheme->starts_with("http")) {
+        return std::nullopt;
+    }
+    return address;
 }
 
 // A Roku key or app ID: non-empty and free of "/", since it becomes one path segment.
@@ -225,14 +230,17 @@ PadAction action(const json& object) {
 }
 
 HTTPRequest httpRequest(const json* value) {
-    if (const std::string* address = text(value); address != nullptr && isHttpURL(*address)) {
-        return HTTPRequest{*address};
+    if (const std::string* address = text(value); address != nullptr) {
+        if (auto url = httpURL(*address)) {
+            return HTTPRequest{std::move(*url)};
+        }
     }
     const std::string* address = text(value != nullptr ? member(*value, "url") : nullptr);
-    if (address == nullptr || !isHttpURL(*address)) {
+    auto url = address != nullptr ? httpURL(*address) : std::nullopt;
+    if (!url) {
         fail(std::string(badHttp));
     }
-    HTTPRequest request{*address};
+    HTTPRequest request{std::move(*url)};
     if (const std::string* method = text(member(*value, "method"))) {
         request.method = *method;
     }
