@@ -22,6 +22,10 @@ void NetworkActions::send(const HTTPRequest& request, const std::string& name) {
     for (const auto& [field, value] : request.headers) {
         outgoing.setRawHeader(QByteArray::fromStdString(field), QByteArray::fromStdString(value));
     }
+    // Some servers answer 411 to a POST that doesn't say its body is empty.
+    if (!request.body && request.method != "GET" && request.method != "HEAD") {
+        outgoing.setHeader(QNetworkRequest::ContentLengthHeader, 0);
+    }
 
     // A custom verb keeps Qt from adding a default Content-Type to a POST.
     const QByteArray verb = QByteArray::fromStdString(request.method);
@@ -43,7 +47,11 @@ void NetworkActions::send(const HTTPRequest& request, const std::string& name) {
             error != QNetworkReply::NoError &&
             (error < QNetworkReply::ContentAccessDenied || !status.isValid());
         if (transportFailure) {
-            logger.warning(prefix + " failed \u2014 " + reply->errorString().toStdString());
+            // Nothing here aborts a reply, so a cancelled one ran into the transfer time-out.
+            const std::string description = error == QNetworkReply::OperationCanceledError
+                                                ? "The request timed out."
+                                                : reply->errorString().toStdString();
+            logger.warning(prefix + " failed \u2014 " + description);
         } else if (status.isValid()) {
             logger.info(prefix + " \u2192 " + std::to_string(status.toInt()));
         }

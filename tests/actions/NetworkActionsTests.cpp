@@ -17,13 +17,16 @@ using testing::RecordingLogger;
 using testing::waitUntil;
 
 TEST(NetworkActions, SendsExactlyTheGivenRequestAndLogsEveryStatusAtInfo) {
-    const std::vector<std::tuple<int, std::string, HTTPRequest>> cases = {
-        {200, "/api/webhook/abc", {"", "POST", "{\"m\":\"h\u00e9\"}", {{"X-Key", "v"}}}},
-        {404, "/keypress/Home?x=%20", {"", "PUT"}},
+    // An empty body is said to be empty, except where a request has none.
+    const std::vector<std::tuple<int, std::string, HTTPRequest, std::string>> cases = {
+        {200, "/api/webhook/abc", {"", "POST", "{\"m\":\"h\u00e9\"}", {{"X-Key", "v"}}}, "11"},
+        {404, "/keypress/Home?x=%20", {"", "PUT"}, "0"},
+        {200, "/launch/1", {"", "POST"}, "0"},
+        {200, "/a%20b", {"", "GET"}, ""},
     };
     RecordingLogger logger;
     NetworkActions actions(logger);
-    for (auto [status, path, request] : cases) {
+    for (auto [status, path, request, length] : cases) {
         HttpRecorder server(status);
         request.url = server.url(path);
         actions.send(request, "Name");
@@ -32,9 +35,10 @@ TEST(NetworkActions, SendsExactlyTheGivenRequestAndLogsEveryStatusAtInfo) {
                   "INFO Name: " + request.method + " 127.0.0.1 \u2192 " + std::to_string(status));
         ASSERT_EQ(server.received.size(), 1U);
         testing::Received got = server.received.front();
-        EXPECT_EQ(got.method + " " + got.path + " " + got.body + " " + got.headers["x-key"],
+        EXPECT_EQ(got.method + " " + got.path + " " + got.body + " " + got.headers["x-key"] + " " +
+                      got.headers["content-length"],
                   request.method + " " + path + " " + request.body.value_or("") + " " +
-                      (request.headers.empty() ? "" : "v"));
+                      (request.headers.empty() ? "" : "v") + " " + length);
     }
 }
 
@@ -50,11 +54,12 @@ TEST(NetworkActions, TransportFailuresWarnWithQtsDescriptionWithoutBlockingOther
     EXPECT_EQ(hung.received.size(), 1U);
     actions.send({refused.url("/"), "DELETE"}, "Off");
     ASSERT_TRUE(waitUntil([&] { return logger.count() == 3; }));
-    EXPECT_EQ(logger.lines(), (std::vector<std::string>{
-                                  "INFO Healthy: POST 127.0.0.1 \u2192 200",
-                                  "WARNING Hung: GET 127.0.0.1 failed \u2014 Operation canceled",
-                                  "WARNING Off: DELETE 127.0.0.1 failed \u2014 Connection refused",
-                              }));
+    EXPECT_EQ(logger.lines(),
+              (std::vector<std::string>{
+                  "INFO Healthy: POST 127.0.0.1 \u2192 200",
+                  "WARNING Hung: GET 127.0.0.1 failed \u2014 The request timed out.",
+                  "WARNING Off: DELETE 127.0.0.1 failed \u2014 Connection refused",
+              }));
 }
 
 } // namespace
