@@ -89,8 +89,9 @@ void PadConnection::restart() {
     if (device_ == nullptr) {
         return;
     }
+    // By the same rules as any report: one that gets through after a loss says so and restarts.
     for (const PadProtocol::Report& report : PadProtocol::startup(brightness)) {
-        write(report);
+        send(report);
     }
     if (onStarted) {
         onStarted();

@@ -88,6 +88,14 @@ TEST_F(PadConnectionTest, SaysOnceWhenThePadIsRefusedAndRestartsItWhenItIsBack) 
               (Strings{"log The pad refused a command (0x00000010); another app may hold it",
                        "log Ruvola has the pad again; restarting it", "started"}));
     EXPECT_EQ(Strings(pad_.received.begin(), pad_.received.begin() + 6), startup("STP"));
+
+    // A restart whose first report gets through is a report like any other.
+    pad_.refusing = EBUSY;
+    connection_->send(PadProtocol::refresh());
+    pad_.refusing = 0;
+    events_.clear();
+    connection_->restart();
+    EXPECT_EQ(events_.front(), "log Ruvola has the pad again; restarting it");
 }
 
 TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
