@@ -76,8 +76,7 @@ void MenubarHost::launch() {
     if (!settings_.value(iconVisibleKey, true).toBool() && !loginLaunch_) {
         settings_.setValue(iconVisibleKey, true);
     }
-    tray_.setIcon(PanelContent::statusIcon(application_.padStatus()));
-    tray_.setToolTip(QString::fromStdString(identity_.name));
+    showStatus();
     connect(&tray_, &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Context) {
@@ -127,11 +126,17 @@ void MenubarHost::terminate() {
     logger_.info("Stopped " + identity_.name);
 }
 
+void MenubarHost::showStatus() {
+    tray_.setIcon(PanelContent::statusIcon(application_.padStatus()));
+    tray_.setToolTip(QString::fromStdString(
+        PanelContent::statusDescription(identity_.name, application_.padStatus())));
+}
+
 void MenubarHost::refreshStatusItem() {
     if (!started_) {
         return;
     }
-    tray_.setIcon(PanelContent::statusIcon(application_.padStatus()));
+    showStatus();
     PanelContentView* view = statusPanel();
     if (panel_.isVisible()) {
         panel_.setContent(view);

@@ -48,6 +48,7 @@ public:
 
     /// Redraws the icon and, while it is open, the panel.
     void refreshStatusItem();
+    void showStatus();
     /// The panel's lines, from the application's current state.
     std::vector<PanelEntry> panelContent();
     void showAbout();

@@ -136,4 +136,10 @@ QIcon PanelContent::statusIcon(const PadConnection::Status& pad) {
                                              : StatusIconArt::Mood::searching);
 }
 
+std::string PanelContent::statusDescription(const std::string& name,
+                                            const PadConnection::Status& pad) {
+    return pad.connected ? name + ", " + pad.connected->model.name + " connected"
+                         : name + ", no pad connected";
+}
+
 } // namespace ruvola

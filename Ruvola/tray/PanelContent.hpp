@@ -42,6 +42,10 @@ std::vector<PanelEntry> entries(const PanelState& state, const PanelActions& act
 
 QIcon statusIcon(const PadConnection::Status& pad);
 
+/// What the status icon says of itself (its tool tip and accessible text): whether, and which,
+/// pad is connected.
+std::string statusDescription(const std::string& name, const PadConnection::Status& pad);
+
 } // namespace PanelContent
 
 } // namespace ruvola

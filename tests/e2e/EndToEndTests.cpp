@@ -91,6 +91,7 @@ TEST_F(EndToEnd, TheIconDocksAndFrontmostApplicationsAndWakeReachThePadAndTheDes
     ASSERT_TRUE(waitUntil(
         [&] { return QRect(1160, 0, 120, 32).contains(host_->trayIcon().geometry().center()); },
         patience));
+    EXPECT_EQ(host_->trayIcon().toolTip(), "Ruvola, Soomfon Stream Controller SE connected");
 
     // A real application with its own binding for key 2 comes to the front, gets its keystroke
     // (Super is Mod4), then goes.
@@ -125,6 +126,9 @@ TEST_F(EndToEnd, TheIconDocksAndFrontmostApplicationsAndWakeReachThePadAndTheDes
     EXPECT_EQ(Strings(woke.end() - 4, woke.end()), (Strings{"BAT 1", "BAT 2", "BAT 5", "STP"}));
 
     EXPECT_TRUE(pad.violations.empty());
+    pad.unplug();
+    EXPECT_TRUE(waitUntil([&] { return host_->trayIcon().toolTip() == "Ruvola, no pad connected"; },
+                          patience));
 }
 
 } // namespace
