@@ -165,9 +165,26 @@ restore() {
         rm -f -- "$saved" "$savedPath"
     fi
 }
-if [[ -f $saved ]]; then
-    echo "plant-faults: restoring $(cat "$savedPath"), left changed by an earlier run"
-    restore
+# A killed run leaves its copy behind: put it back only while the file is that copy with one
+# fault planted, never over later work on the file.
+if [[ -f $saved && -f $savedPath ]]; then
+    left=$(cat -- "$savedPath")
+    original=$(cat -- "$saved" && printf x)
+    current=$(cat -- "$root/$left" 2>/dev/null && printf x)
+    planted=
+    for i in "${!ids[@]}"; do
+        if [[ $original == *"${texts[$i]}"* &&
+            ${original%%"${texts[$i]}"*}${replacements[$i]}${original#*"${texts[$i]}"} == "$current" ]]; then
+            planted=${ids[$i]}
+        fi
+    done
+    if [[ -n $planted ]]; then
+        echo "plant-faults: restoring $left, left with $planted planted by an earlier run"
+        restore
+    else
+        echo "plant-faults: an earlier run's copy of $left is not what it planted on; left alone"
+        rm -f -- "$saved" "$savedPath"
+    fi
 fi
 interrupted() {
     restore
