@@ -12,9 +12,9 @@ namespace ruvola::platform {
 ///   now: the desktop's power service (GNOME's, then KDE Plasma's), else logind on the session's
 ///   backlight device. It returns true once the step is on its way, false when there is no route;
 ///   the caller then posts the brightness key instead. A step that fails later is silent.
-/// - A step is about a sixteenth of the device's range (the desktop's own step on GNOME), at
-///   least one unit, and never leaves the range. Steps taken faster than the route answers add
-///   up: none is lost.
+/// - Through GNOME's service a step is GNOME's own; otherwise it is a sixteenth of the range, at
+///   least one unit, kept within the range. Steps taken faster than the route answers add up:
+///   none is lost.
 /// - `step` and `route` are called on the main thread and return quickly; they never wait for
 ///   the desktop, and the route's answers arrive on the main thread's event loop.
 class Brightness {
