@@ -107,6 +107,7 @@ TEST(MediaPlayers, ChoosesThePlayingOneThenTheLastPlayedThenTheFirstThatCan) {
     EXPECT_EQ(sent(SystemKey::previous), "a Player.Previous") << "of two, the last to start";
     EXPECT_EQ(sent(SystemKey::next), "b Player.Next") << "passing over one that cannot go next";
     await([&] { players["a"]->set({{"PlaybackStatus", "Paused"}}); });
+    EXPECT_EQ(sent(SystemKey::playpause), "b Player.PlayPause") << "over one that stopped since";
     await([&] { players["b"]->set({{"PlaybackStatus", "Paused"}}); });
     EXPECT_EQ(sent(SystemKey::previous), "b Player.Previous") << "the last seen playing";
 
