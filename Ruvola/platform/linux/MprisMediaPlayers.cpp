@@ -95,21 +95,21 @@ int MprisMediaPlayers::count() const {
                                           [](const Player& player) { return player.known; }));
 }
 
-void MprisMediaPlayers::propertiesChanged(const QString&, const QVariantMap& changed,
+void MprisMediaPlayers::propertiesChanged(const QString&, const QVariantMap& values,
                                           const QStringList& invalidated,
                                           const QDBusMessage& message) {
     for (Player& player : players_) {
         if (player.owner != message.service()) {
             continue;
         }
-        update(player, changed);
+        update(player, values);
         if (!invalidated.isEmpty()) {
             for (const QString& name : invalidated) {
                 player.properties.remove(name);
             }
             readProperties(player);
         }
-        emit this->changed();
+        emit changed();
     }
 }
 
@@ -127,7 +127,7 @@ void MprisMediaPlayers::ownerChanged(const QString& name, const QString& newOwne
 }
 
 void MprisMediaPlayers::listed(QStringList names) {
-    // The bus lists names in no particular order; by name, the order of the first is stable.
+    // The bus lists names in no set order: sorted, the first player stays the first.
     names.sort();
     for (const QString& name : names) {
         const bool known = std::any_of(players_.begin(), players_.end(),
@@ -167,9 +167,9 @@ void MprisMediaPlayers::readProperties(const Player& player) {
             });
 }
 
-void MprisMediaPlayers::update(Player& player, const QVariantMap& changed) {
+void MprisMediaPlayers::update(Player& player, const QVariantMap& values) {
     const bool wasPlaying = playing(player.properties);
-    player.properties.insert(changed);
+    player.properties.insert(values);
     if (playing(player.properties) != wasPlaying) {
         player.lastPlayed = ++clock_;
     }

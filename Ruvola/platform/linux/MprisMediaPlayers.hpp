@@ -15,7 +15,7 @@ namespace ruvola::platform {
 /// The session's MPRIS players (bus names `org.mpris.MediaPlayer2.*`). They are followed as the bus
 /// announces their names coming and going, and their PlaybackStatus and Can* properties by their
 /// PropertiesChanged signals; each is read in full once, when it appears, and only counts (and
-/// can be chosen) from then on.
+/// can be chosen) from then on. Those there at the start are in the order of their names.
 class MprisMediaPlayers final : public QObject, public MediaPlayers {
     Q_OBJECT
 
@@ -45,13 +45,13 @@ private:
         bool known = false;
     };
 
-    Q_SLOT void propertiesChanged(const QString& interface, const QVariantMap& changed,
+    Q_SLOT void propertiesChanged(const QString& interface, const QVariantMap& values,
                                   const QStringList& invalidated, const QDBusMessage& message);
     void ownerChanged(const QString& name, const QString& newOwner);
     void listed(QStringList names);
     void add(const QString& name, const QString& owner);
     void readProperties(const Player& player);
-    void update(Player& player, const QVariantMap& changed);
+    void update(Player& player, const QVariantMap& values);
     const Player* choose(SystemKey key) const;
 
     QDBusConnection bus_;
