@@ -1,4 +1,5 @@
 #include "Ruvola/platform/linux/LinuxBrightness.hpp"
+#include "Ruvola/platform/linux/MprisMediaPlayers.hpp"
 #include "tests/support/EventLoop.hpp"
 #include "tests/support/Servers.hpp"
 
@@ -10,23 +11,26 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 
 namespace fs = std::filesystem;
+using ruvola::SystemKey;
 using ruvola::platform::LinuxBrightness;
 using ruvola::testing::waitUntil;
 
 namespace {
 
-// A desktop service on a connection of its own: owns its name while present, answers calls on its
-// interface at one object with `answer`, and records them as "Member(argument, …)".
+// A desktop service or media player on a connection of its own: owns its name while present,
+// answers calls on its interface at one object with `answer`, recording them as
+// "Member(argument, …)", and Properties.GetAll with `properties`, whose changes it announces.
 class StandIn final : public QDBusVirtualObject {
 public:
     using Answer = std::function<QVariantList(const QDBusMessage&)>;
 
     StandIn(const QString& address, const QString& name, const QString& path, QString interface,
-            Answer answer)
-        : connection_(QDBusConnection::connectToBus(address, name)), name_(name),
+            Answer answer = {})
+        : connection_(QDBusConnection::connectToBus(address, name)), name_(name), path_(path),
           interface_(std::move(interface)), answer_(std::move(answer)) {
         connection_.registerVirtualObject(path, this);
     }
@@ -35,8 +39,18 @@ public:
     void setPresent(bool present) {
         present ? connection_.registerService(name_) : connection_.unregisterService(name_);
     }
+    void set(const QVariantMap& changed) {
+        properties.insert(changed);
+        connection_.send(QDBusMessage::createSignal(path_, "org.freedesktop.DBus.Properties",
+                                                    "PropertiesChanged")
+                         << interface_ << changed << QStringList());
+    }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        if (message.member() == "GetAll") {
+            const bool ours = message.arguments().value(0) == interface_;
+            return connection.send(message.createReply(ours ? properties : QVariantMap()));
+        }
         if (message.interface() != interface_) {
             return false;
         }
@@ -45,20 +59,23 @@ public:
             arguments << argument.toString();
         }
         calls << message.member() + "(" + arguments.join(", ") + ")";
-        return connection.send(message.createReply(answer_(message)));
+        return connection.send(message.createReply(answer_ ? answer_(message) : QVariantList()));
     }
     QString introspect(const QString&) const override { return {}; }
 
+    QVariantMap properties;
     QStringList calls;
 
 private:
     QDBusConnection connection_;
     QString name_;
+    QString path_;
     QString interface_;
     Answer answer_;
 };
 
-class Brightness : public ::testing::Test {
+// Private buses with stand-ins for the desktops' brightness services.
+class DesktopServices : public ::testing::Test {
 protected:
     void SetUp() override {
         if (const std::string missing = ruvola::testing::Buses::missing(); !missing.empty()) {
@@ -128,7 +145,7 @@ protected:
     int kdeValue = 50, kdeMax = 160;
 };
 
-TEST_F(Brightness, TakesTheFirstRouteThereIsAndFollowsServicesComingAndGoing) {
+TEST_F(DesktopServices, BrightnessTakesTheFirstRouteThereIsAndFollowsServicesComingAndGoing) {
     makeBacklights({"raw/intel_backlight"});
     LinuxBrightness brightness(session, system, backlights);
     EXPECT_EQ(brightness.route(), "");
@@ -163,7 +180,7 @@ TEST_F(Brightness, TakesTheFirstRouteThereIsAndFollowsServicesComingAndGoing) {
     EXPECT_FALSE(brightness.step(true));
 }
 
-TEST_F(Brightness, KdeStepsBySixteenthsWithinTheRange) {
+TEST_F(DesktopServices, BrightnessKdeStepsBySixteenthsWithinTheRange) {
     kde->setPresent(true);
     LinuxBrightness brightness(session, system, backlights);
     for (const auto& [value, max, up, expected] : {std::tuple{50, 160, true, 60},
@@ -179,7 +196,7 @@ TEST_F(Brightness, KdeStepsBySixteenthsWithinTheRange) {
     }
 }
 
-TEST_F(Brightness, LogindSetsTheBacklightDesktopsChooseAndLosesNoStep) {
+TEST_F(DesktopServices, BrightnessLogindSetsTheBacklightDesktopsChooseAndLosesNoStep) {
     logind->setPresent(true);
     for (const auto& [devices, chosen] : std::vector<std::pair<QStringList, QString>>{
              {{"raw/intel_backlight", "platform/dell_backlight", "firmware/acpi_video0"},
@@ -203,6 +220,73 @@ TEST_F(Brightness, LogindSetsTheBacklightDesktopsChooseAndLosesNoStep) {
         EXPECT_EQ(logind->calls.value(1), "SetBrightness(backlight, " + chosen + ", 686)");
         logind->calls.clear();
     }
+}
+
+// Players come, play, stop and go; the one chosen is the playing one, else the last played,
+// else the first that can.
+TEST_F(DesktopServices, MediaPlayersChoosesThePlayingOneThenTheLastPlayedThenTheFirstThatCan) {
+    EXPECT_FALSE(
+        ruvola::platform::MprisMediaPlayers(QDBusConnection("none")).send(SystemKey::next));
+    std::map<QString, std::unique_ptr<StandIn>> players;
+    const auto add = [&](const QString& id, const QVariantMap& properties) {
+        players[id] =
+            std::make_unique<StandIn>(address("session"), "org.mpris.MediaPlayer2." + id,
+                                      "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player");
+        players[id]->properties = properties;
+        players[id]->setPresent(true);
+    };
+    add("a", {{"PlaybackStatus", "Paused"}, {"CanGoNext", false}});
+    add("b", {{"PlaybackStatus", "Playing"}});
+    add("c", {{"PlaybackStatus", "Stopped"}});
+    ruvola::platform::MprisMediaPlayers media(session);
+    int changes = 0;
+    QObject::connect(&media, &ruvola::platform::MprisMediaPlayers::changed, [&] { ++changes; });
+    ASSERT_TRUE(waitUntil([&] { return media.count() == 3; }));
+
+    // Makes a change and waits until the object under test has heard of it.
+    const auto await = [&](const std::function<void()>& change) {
+        const int before = changes;
+        change();
+        EXPECT_TRUE(waitUntil([&] { return changes > before; }));
+    };
+    // Sends the key and gives the calls it caused, as "player Method()".
+    const auto sent = [&](SystemKey key) {
+        QStringList calls;
+        if (!media.send(key)) {
+            return std::string("nothing");
+        }
+        waitUntil([&] {
+            for (const auto& [id, player] : players) {
+                for (const QString& call : std::exchange(player->calls, {})) {
+                    calls.push_back(id + ' ' + call);
+                }
+            }
+            return !calls.isEmpty();
+        });
+        return calls.join(", ").toStdString();
+    };
+    EXPECT_EQ(sent(SystemKey::playpause), "b PlayPause()") << "the playing one";
+    await([&] { players["a"]->set({{"PlaybackStatus", "Playing"}}); });
+    EXPECT_EQ(sent(SystemKey::previous), "a Previous()") << "of two, the last to start";
+    EXPECT_EQ(sent(SystemKey::next), "b Next()") << "passing over one that cannot go next";
+    await([&] { players["a"]->set({{"PlaybackStatus", "Paused"}}); });
+    EXPECT_EQ(sent(SystemKey::playpause), "b PlayPause()") << "over one that stopped since";
+    await([&] { players["b"]->set({{"PlaybackStatus", "Paused"}}); });
+    EXPECT_EQ(sent(SystemKey::previous), "b Previous()") << "the last seen playing";
+
+    await([&] { players.erase("a"); });
+    await([&] { players.erase("b"); });
+    await([&] { add("d", {{"PlaybackStatus", "Paused"}, {"CanGoPrevious", false}}); });
+    EXPECT_EQ(media.count(), 2);
+    EXPECT_EQ(sent(SystemKey::next), "c Next()") << "the first of those never seen playing";
+    EXPECT_EQ(sent(SystemKey::volumeup), "nothing") << "not a media key";
+    await([&] { players["d"]->set({{"PlaybackStatus", "Playing"}}); });
+    EXPECT_EQ(sent(SystemKey::playpause), "d PlayPause()") << "one that came later";
+    await([&] { players.erase("c"); });
+    EXPECT_EQ(sent(SystemKey::previous), "nothing") << "none that can go back";
+    await([&] { players.erase("d"); });
+    EXPECT_EQ(sent(SystemKey::playpause), "nothing") << "no players";
+    EXPECT_EQ(media.count(), 0);
 }
 
 } // namespace
