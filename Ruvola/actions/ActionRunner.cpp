@@ -1,8 +1,10 @@
 #include "Ruvola/actions/ActionRunner.hpp"
 
 #include "Ruvola/host/Logging.hpp"
+#include "Ruvola/platform/Brightness.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
 #include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/MediaPlayers.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "RuvolaCore/Overloaded.hpp"
 
@@ -20,6 +22,7 @@ constexpr std::string_view productName = "Ruvola";
 ActionRunner::ActionRunner(Logging& logger, platform::Platform& platform,
                            std::chrono::milliseconds networkTimeout)
     : logger_(logger), access_(platform.inputAccess()), systemKeys_(platform.systemKeys()),
+      mediaPlayers_(platform.mediaPlayers()), brightness_(platform.brightness()),
       volume_(logger, access_, systemKeys_, platform.systemVolume()),
       network_(logger, networkTimeout),
       house_(platform.processes(), platform.syntheticInput(), platform.windows(),
@@ -102,10 +105,21 @@ void ActionRunner::runSystemKey(SystemKey key, const std::string& name) {
     case SystemKey::mute:
         volume_.toggleMute();
         return;
+    case SystemKey::brightnessup:
+    case SystemKey::brightnessdown:
+        if (brightness_.step(key == SystemKey::brightnessup)) {
+            return;
+        }
+        break;
     default:
-        // Brightness and media keys have nothing to fall back on.
-        if (checkAccess(name)) {
-            systemKeys_.press(key, false, volume_.tap());
+        if (mediaPlayers_.send(key)) {
+            return;
+        }
+    }
+    // Without a player or a brightness service to take it, the key itself.
+    if (checkAccess(name)) {
+        if (const auto tap = volume_.tap()) {
+            systemKeys_.press(key, false, *tap);
         }
     }
 }

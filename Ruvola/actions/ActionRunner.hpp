@@ -15,7 +15,9 @@ namespace ruvola {
 class Logging;
 
 namespace platform {
+class Brightness;
 class InputAccess;
+class MediaPlayers;
 class Platform;
 class SystemKeys;
 } // namespace platform
@@ -51,6 +53,8 @@ private:
     Logging& logger_;
     platform::InputAccess& access_;
     platform::SystemKeys& systemKeys_;
+    platform::MediaPlayers& mediaPlayers_;
+    platform::Brightness& brightness_;
     VolumeControl volume_;
     NetworkActions network_;
     HouseActions house_;

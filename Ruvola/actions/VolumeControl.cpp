@@ -21,9 +21,23 @@ VolumeControl::VolumeControl(Logging& logger, platform::InputAccess& access,
                              platform::SystemKeys& systemKeys, platform::SystemVolume& volume)
     : logger_(logger), access_(access), systemKeys_(systemKeys), volume_(volume) {}
 
+std::optional<platform::SystemKeys::Tap> VolumeControl::tap() {
+    for (const auto candidate : platform::SystemKeys::allTaps) {
+        if (!tapChosen_ && systemKeys_.canPost(candidate)) {
+            tap_ = candidate;
+            tapChosen_ = true;
+        }
+    }
+    if (!tapChosen_ && !saidNoTap_) {
+        saidNoTap_ = true;
+        logger_.warning("No system key can be pressed on this session; " + access_.remedy());
+    }
+    return tapChosen_ ? std::optional(tap_) : std::nullopt;
+}
+
 void VolumeControl::changeVolume(bool up) {
     if (access_.isTrusted() && volumeKeysWork_ != false) {
-        if (const std::optional<double> before = volume_.volume()) {
+        if (const std::optional<double> before = volume_.volume(); before && tap()) {
             systemKeys_.press(up ? SystemKey::volumeup : SystemKey::volumedown, fineVolumeSteps_,
                               tap_);
             // At either end a working key leaves the level where it is: nothing to learn.
@@ -83,7 +97,7 @@ void VolumeControl::stepVolumeDirectly(bool up) {
 
 void VolumeControl::toggleMute() {
     const bool wasMuted = volume_.isMuted().value_or(false);
-    if (!access_.isTrusted() || volumeKeysWork_ == false) {
+    if (!access_.isTrusted() || volumeKeysWork_ == false || !tap()) {
         volume_.setMuted(!wasMuted);
         return;
     }

@@ -35,8 +35,10 @@ public:
 
     /// Known once a posted volume key was seen to change the level, or every tap was ignored.
     std::optional<bool> volumeKeysWork() const { return volumeKeysWork_; }
-    /// The tap media keys are posted through: the one the volume keys were last tried or seen on.
-    platform::SystemKeys::Tap tap() const { return tap_; }
+    /// The tap keys are posted through: at first the first that can post on this session, later
+    /// the one the volume keys were last tried or seen on. None while no tap can post, which the
+    /// log says once, with the remedy.
+    std::optional<platform::SystemKeys::Tap> tap();
 
     /// How long after a volume or mute key its effect is checked.
     static constexpr std::chrono::milliseconds verificationDelay{350};
@@ -53,6 +55,8 @@ private:
     bool fineVolumeSteps_ = false;
     std::optional<bool> volumeKeysWork_;
     platform::SystemKeys::Tap tap_ = platform::SystemKeys::Tap::hid;
+    bool tapChosen_ = false;
+    bool saidNoTap_ = false;
 };
 
 } // namespace ruvola

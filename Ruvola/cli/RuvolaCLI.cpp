@@ -3,20 +3,26 @@
 #include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
 #include "Ruvola/pad/PadConnection.hpp"
+#include "Ruvola/platform/Brightness.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
 #include "Ruvola/platform/Installation.hpp"
+#include "Ruvola/platform/MediaPlayers.hpp"
 #include "Ruvola/platform/Platform.hpp"
+#include "Ruvola/platform/SystemKeys.hpp"
 #include "RuvolaCore/Overloaded.hpp"
 
 #include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace ruvola {
 namespace {
@@ -128,8 +134,51 @@ std::vector<DiagnosticCheck> RuvolaCLI::diagnosticChecks(platform::Platform& pla
     }
     platform::InputAccess& access = platform.inputAccess();
     checks.push_back({"input access", access.isTrusted(),
-                      "allowed to press system keys and send keystrokes", access.remedy()});
+                      "allowed to send keystrokes and typed text", access.remedy()});
+    for (DiagnosticCheck& check : keyRouteChecks(platform)) {
+        checks.push_back(std::move(check));
+    }
     return checks;
+}
+
+// What becomes of a media or brightness key: the desktop's own service where there is one, else
+// the key, through the first tap that can post.
+std::vector<DiagnosticCheck> RuvolaCLI::keyRouteChecks(platform::Platform& platform) {
+    // Players and services answer on an event loop; a moment is enough for the bus's own.
+    int argc = 1;
+    char name[] = "ruvola";
+    char* argv[] = {name, nullptr};
+    std::optional<QCoreApplication> application;
+    if (QCoreApplication::instance() == nullptr) {
+        application.emplace(argc, argv);
+    }
+    platform::MediaPlayers& players = platform.mediaPlayers();
+    const std::string brightness = platform.brightness().route();
+    QEventLoop loop;
+    QTimer::singleShot(std::chrono::milliseconds(300), &loop, &QEventLoop::quit);
+    loop.exec();
+
+    platform::SystemKeys& keys = platform.systemKeys();
+    const auto& taps = platform::SystemKeys::allTaps;
+    const auto tap =
+        std::find_if(taps.begin(), taps.end(), [&](auto t) { return keys.canPost(t); });
+    const bool posts = tap != taps.end();
+    const std::string through = posts ? "through " + keys.describe(*tap) : "";
+    const std::string remedy = platform.inputAccess().remedy();
+    const int count = players.count();
+    const std::string media = count > 0 ? std::string(players.name()) + " \u2014 " +
+                                              std::to_string(count) +
+                                              (count == 1 ? " player" : " players")
+                                        : "no player now; keys " + through;
+    return {
+        {"system keys", posts, "system keys: " + through, remedy},
+        {"media keys", count > 0 || posts, "media keys: " + media,
+         "no player now, and no way to press keys: start a media player, or " + remedy},
+        {"brightness", !brightness.empty() || posts,
+         "brightness: " +
+             (brightness.empty() ? "no desktop service or backlight; keys " + through : brightness),
+         "no backlight and no desktop service, and no way to press keys: " + remedy},
+    };
 }
 
 } // namespace ruvola

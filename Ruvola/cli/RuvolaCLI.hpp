@@ -30,8 +30,11 @@ std::optional<CLIResult> handleCLI(const std::vector<std::string>& arguments,
 /// "waiting for a pad…") and one per input ("key 1  press").
 void watch(PadConnection& connection, std::function<void(const std::string&)> print);
 
-/// Ruvola's checks for doctor: the pad, and access to synthetic input.
+/// Ruvola's checks for doctor: the pad, access to synthetic input, and the routes of system keys.
 std::vector<DiagnosticCheck> diagnosticChecks(platform::Platform& platform);
+
+/// Doctor's lines for the system keys, media keys and brightness: what each will go through.
+std::vector<DiagnosticCheck> keyRouteChecks(platform::Platform& platform);
 
 } // namespace RuvolaCLI
 

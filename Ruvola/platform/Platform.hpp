@@ -4,6 +4,7 @@
 
 namespace ruvola::platform {
 
+class Brightness;
 class Desktop;
 class DirectoryWatcher;
 class FrontmostWatcher;
@@ -13,6 +14,7 @@ class InputAccess;
 class Installation;
 class LaunchAtLogin;
 class Launcher;
+class MediaPlayers;
 class Notifier;
 class Processes;
 class SyntheticInput;
@@ -47,6 +49,10 @@ public:
     virtual LaunchAtLogin& launchAtLogin() = 0;
     virtual Processes& processes() = 0;
     virtual SystemKeys& systemKeys() = 0;
+    /// The session's media players, told directly what a media key asks.
+    virtual MediaPlayers& mediaPlayers() = 0;
+    /// The screen's brightness through the desktop's own service, where the session has one.
+    virtual Brightness& brightness() = 0;
     virtual SystemVolume& systemVolume() = 0;
     virtual SyntheticInput& syntheticInput() = 0;
     virtual const HidDiscovery& hidDiscovery() const = 0;

@@ -32,6 +32,13 @@ public:
 
     virtual void press(SystemKey key, bool fine, Tap tap) = 0;
 
+    /// Whether a key posted via `tap` now would reach the desktop: for `hid` a virtual keyboard
+    /// can be made, for `session` the session takes posted keys. Cheap enough for every press.
+    virtual bool canPost(Tap tap) = 0;
+
+    /// What posts via `tap`, for a reader: "the uinput keyboard", "XTest".
+    virtual std::string describe(Tap tap) const = 0;
+
     /// What the user calls the system that may ignore a posted key, to begin a sentence:
     /// "The desktop" in "The desktop ignored the system mute key; …".
     virtual std::string systemName() const = 0;

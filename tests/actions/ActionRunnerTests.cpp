@@ -79,6 +79,35 @@ TEST_F(ActionRunnerTest, KeysAndTextNeedAccessAndWarnOnlyOnce) {
                                                  {Key::brightnessdown, false, Tap::hid}}));
 }
 
+// Media keys go to a player and brightness to the desktop's service where there is one; else the
+// key goes through the first tap that can post, and with none that is said once.
+TEST_F(ActionRunnerTest, MediaAndBrightnessKeysGoToTheDesktopElseThroughATapThatPosts) {
+    testing::RecordingMediaAndBrightness& services = platform_.desktopServices;
+    services.players = 1;
+    services.service = true;
+    for (const Key key : {Key::playpause, Key::next, Key::brightnessup, Key::brightnessdown}) {
+        press(PadAction::system(key));
+    }
+    EXPECT_EQ(services.told,
+              (std::vector<std::string>{"media playpause", "media next", "brighter", "darker"}));
+    services.players = 0;
+    services.service = false;
+    keys_.posting = {Tap::session};
+    press(PadAction::system(Key::previous));
+    press(PadAction::system(Key::brightnessup));
+    EXPECT_EQ(keys_.presses, (std::vector<Press>{{Key::previous, false, Tap::session},
+                                                 {Key::brightnessup, false, Tap::session}}));
+
+    runner_.reset();
+    keys_.posting = {};
+    press(PadAction::system(Key::next));
+    press(PadAction::system(Key::volumeup));
+    EXPECT_EQ(keys_.presses.size(), 2U);
+    EXPECT_EQ(logger_.lines(),
+              (std::vector<std::string>{
+                  "WARNING No system key can be pressed on this session; grant it"}));
+}
+
 TEST(HouseActions, TextIsCutIntoChunksWithoutSplittingACharacter) {
     // One character of 19 units: four people with skin tones, joined.
     const std::string family = "\U0001F468\U0001F3FB\u200D\U0001F469\U0001F3FB\u200D"

@@ -1,10 +1,12 @@
 // Runs the real ruvola executable, as a user would, in a temporary home with no display; and,
 // in process, the help, version and doctor texts.
 #include "Ruvola/AppHost.hpp"
+#include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/cli/UniversalCLI.hpp"
 #include "Ruvola/host/BuildIdentity.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "RuvolaCore/StarterBindings.hpp"
+#include "fakes/TestPlatform.hpp"
 #include "support/EventLoop.hpp"
 #include "support/Servers.hpp"
 
@@ -82,7 +84,8 @@ TEST_F(CommandLine, DoctorFailsOutsideTheInstalledCopyAndPassesTheBundleCheckInI
     // No pad, display or uinput is offered here.
     EXPECT_TRUE(out.starts_with("\u2717 bundle: install Ruvola with cmake --install")) << out;
     EXPECT_NE(out.find("\n\u2717 pad: "), std::string::npos) << out;
-    EXPECT_EQ(std::tuple(exitCode, err, std::ranges::count(out, '\n')), std::tuple(1, ""s, 3L));
+    EXPECT_NE(out.find("\n\u2717 system keys: "), std::string::npos) << out;
+    EXPECT_EQ(std::tuple(exitCode, err, std::ranges::count(out, '\n')), std::tuple(1, ""s, 6L));
 
     QTemporaryDir prefix;
     const auto install =
@@ -152,6 +155,44 @@ TEST(UniversalCLI, AlignsHelpByCharactersAndListsEveryDoctorCheck) {
         UniversalCLI::doctor(AppIdentity{.version = "v1"}, {{"pad", true, "here", ""}}, installed),
         (CLIResult{1, bundle + "\u2717 version: version: must be semantic x.y.z\n\u2713 here\n",
                    ""}));
+}
+
+// What becomes of a media or brightness key: the desktop's service, else the key, else nothing.
+TEST(Doctor, SaysWhatMediaAndBrightnessKeysGoThrough) {
+    testing::TestPlatform platform;
+    testing::FakeInputAccess access;
+    testing::RecordingSystemKeys keys;
+    platform.inputAccessOverride = &access;
+    platform.systemKeysOverride = &keys;
+    testing::RecordingMediaAndBrightness& services = platform.desktopServices;
+    const auto lines = [&] {
+        std::vector<std::string> out;
+        for (const DiagnosticCheck& check : RuvolaCLI::keyRouteChecks(platform)) {
+            out.push_back(check.passed ? "+ " + check.success
+                                       : "- " + check.name + ": " + check.remedy);
+        }
+        return out;
+    };
+    services.players = 2;
+    services.service = true;
+    keys.posting = {platform::SystemKeys::Tap::session};
+    EXPECT_EQ(lines(), (std::vector<std::string>{"+ system keys: through session keys",
+                                                 "+ media keys: MPRIS \u2014 2 players",
+                                                 "+ brightness: the desktop's service"}));
+    services.players = 0;
+    services.service = false;
+    EXPECT_EQ(lines(),
+              (std::vector<std::string>{
+                  "+ system keys: through session keys",
+                  "+ media keys: no player now; keys through session keys",
+                  "+ brightness: no desktop service or backlight; keys through session keys"}));
+    keys.posting = {};
+    EXPECT_EQ(lines(), (std::vector<std::string>{
+                           "- system keys: grant it",
+                           "- media keys: no player now, and no way to press keys: start a "
+                           "media player, or grant it",
+                           "- brightness: no backlight and no desktop service, and no way to "
+                           "press keys: grant it"}));
 }
 
 } // namespace

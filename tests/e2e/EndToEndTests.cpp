@@ -28,7 +28,7 @@ constexpr auto patience = 60s;
 // Set up once by main(): why this machine can't run the scenario, or nothing.
 std::string* unavailable = nullptr;
 
-// The rig with the desktop's own windows, input access and system keys.
+// The rig with the desktop's own windows, input access, system keys, media players and brightness.
 class EndToEnd : public ::testing::Test, protected testing::DriverRig {
 protected:
     void SetUp() override {
@@ -41,6 +41,8 @@ protected:
         platform.windowsOverride = nullptr;
         platform.inputAccessOverride = nullptr;
         platform.systemKeysOverride = nullptr;
+        platform.mediaPlayersOverride = nullptr;
+        platform.brightnessOverride = nullptr;
     }
 
     void TearDown() override {
@@ -105,6 +107,10 @@ TEST_F(EndToEnd, TheIconDocksAndFrontmostApplicationsAndWakeReachThePadAndTheDes
     QByteArray typed;
     EXPECT_TRUE(
         waitUntil([&] { return (typed += notes.readAll()).contains("key s 64"); }, patience));
+    // With no media player on the bus and no /dev/uinput, Play goes through XTest.
+    pad.report(0x01, 1);
+    EXPECT_TRUE(waitUntil([&] { return (typed += notes.readAll()).contains("key XF86AudioPlay"); },
+                          patience));
     const auto notesQuits = [&] {
         notes.kill();
         notes.waitForFinished();

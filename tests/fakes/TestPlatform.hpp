@@ -1,13 +1,16 @@
 #pragma once
 
+#include "Ruvola/platform/Brightness.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
+#include "Ruvola/platform/MediaPlayers.hpp"
 #include "Ruvola/platform/Notifier.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/SystemKeys.hpp"
 #include "Ruvola/platform/Windows.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -34,6 +37,7 @@ public:
     };
     std::vector<Press> presses;
     std::function<void(const Press&)> effect;
+    std::vector<Tap> posting{Tap::hid, Tap::session}; ///< the taps that can post
 
     void press(SystemKey key, bool fine, Tap tap) override {
         presses.push_back({key, fine, tap});
@@ -41,7 +45,32 @@ public:
             effect(presses.back());
         }
     }
+    bool canPost(Tap tap) override { return std::ranges::count(posting, tap) > 0; }
+    std::string describe(Tap tap) const override { return std::string(name(tap)) + " keys"; }
     std::string systemName() const override { return "The desktop"; }
+};
+
+/// Media players and a brightness service that record what they are told, while there are any.
+class RecordingMediaAndBrightness final : public platform::MediaPlayers,
+                                          public platform::Brightness {
+public:
+    int players = 0;
+    bool service = false;
+    std::vector<std::string> told;
+
+    bool send(SystemKey key) override {
+        return players > 0 && record("media " + std::string(systemKeys::rawValue(key)));
+    }
+    int count() const override { return players; }
+    std::string_view name() const override { return "MPRIS"; }
+    bool step(bool up) override { return service && record(up ? "brighter" : "darker"); }
+    std::string route() override { return service ? "the desktop's service" : ""; }
+
+private:
+    bool record(std::string what) {
+        told.push_back(std::move(what));
+        return true;
+    }
 };
 
 /// Windows as a test sets them: one application in front, nothing else running.
@@ -65,6 +94,10 @@ public:
     platform::InputAccess* inputAccessOverride = nullptr;
     platform::SystemKeys* systemKeysOverride = nullptr;
     platform::Windows* windowsOverride = nullptr;
+    /// Stand in for the session's own unless a test clears them.
+    RecordingMediaAndBrightness desktopServices;
+    platform::MediaPlayers* mediaPlayersOverride = &desktopServices;
+    platform::Brightness* brightnessOverride = &desktopServices;
     /// Makes the HID managers, e.g. a virtual pad's.
     std::function<std::unique_ptr<platform::HidManager>()> hidManagers;
 
@@ -99,6 +132,12 @@ public:
     platform::Processes& processes() override { return real().processes(); }
     platform::SystemKeys& systemKeys() override {
         return systemKeysOverride != nullptr ? *systemKeysOverride : real().systemKeys();
+    }
+    platform::MediaPlayers& mediaPlayers() override {
+        return mediaPlayersOverride != nullptr ? *mediaPlayersOverride : real().mediaPlayers();
+    }
+    platform::Brightness& brightness() override {
+        return brightnessOverride != nullptr ? *brightnessOverride : real().brightness();
     }
     platform::SystemVolume& systemVolume() override { return real().systemVolume(); }
     platform::SyntheticInput& syntheticInput() override { return real().syntheticInput(); }

@@ -5,10 +5,12 @@
 #include "Ruvola/platform/linux/GioDesktop.hpp"
 #include "Ruvola/platform/linux/GioLauncher.hpp"
 #include "Ruvola/platform/linux/InotifyDirectoryWatcher.hpp"
+#include "Ruvola/platform/linux/LinuxBrightness.hpp"
 #include "Ruvola/platform/linux/LinuxInputAccess.hpp"
 #include "Ruvola/platform/linux/LinuxInstallation.hpp"
 #include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
 #include "Ruvola/platform/linux/LogindWakeWatcher.hpp"
+#include "Ruvola/platform/linux/MprisMediaPlayers.hpp"
 #include "Ruvola/platform/linux/PulseSystemVolume.hpp"
 #include "Ruvola/platform/linux/Session.hpp"
 #include "Ruvola/platform/linux/SignalStopWatcher.hpp"
@@ -59,6 +61,19 @@ public:
         });
         return *systemKeys_;
     }
+    // Made on first use, on the main thread: they reach the buses, which commands mostly don't.
+    MediaPlayers& mediaPlayers() override {
+        if (!mediaPlayers_) {
+            mediaPlayers_ = std::make_unique<MprisMediaPlayers>();
+        }
+        return *mediaPlayers_;
+    }
+    Brightness& brightness() override {
+        if (!brightness_) {
+            brightness_ = std::make_unique<LinuxBrightness>();
+        }
+        return *brightness_;
+    }
     SystemVolume& systemVolume() override { return systemVolume_; }
     SyntheticInput& syntheticInput() override { return *session_.input; }
 
@@ -75,6 +90,8 @@ private:
     PulseSystemVolume systemVolume_;
     std::once_flag systemKeysMade_;
     std::unique_ptr<LinuxSystemKeys> systemKeys_;
+    std::unique_ptr<MprisMediaPlayers> mediaPlayers_;
+    std::unique_ptr<LinuxBrightness> brightness_;
 };
 
 } // namespace

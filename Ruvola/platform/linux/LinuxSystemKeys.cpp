@@ -24,6 +24,23 @@ void LinuxSystemKeys::makeVirtualKeyboard() {
     virtualKeyboard_ = UinputKeyboard::make();
 }
 
+bool LinuxSystemKeys::canPost(Tap tap) {
+    switch (tap) {
+    case Tap::hid:
+        return ::access("/dev/uinput", W_OK) == 0;
+    case Tap::session:
+        return sessionKeys_ && sessionKeys_->available();
+    }
+    return false;
+}
+
+std::string LinuxSystemKeys::describe(Tap tap) const {
+    if (tap == Tap::hid) {
+        return "the uinput keyboard";
+    }
+    return sessionKeys_ ? sessionKeys_->name() : "the session";
+}
+
 void LinuxSystemKeys::press(SystemKey key, bool fine, Tap tap) {
     switch (tap) {
     case Tap::hid:

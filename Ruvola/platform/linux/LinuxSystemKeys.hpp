@@ -15,6 +15,10 @@ public:
 
     /// Posts the key now, or nothing when the session can't take it; never waits on the desktop.
     virtual void press(SystemKey key, bool fine) = 0;
+    /// Whether a key posted now would reach the session.
+    virtual bool available() = 0;
+    /// What posts the keys, for a reader: "XTest".
+    virtual std::string name() const = 0;
 };
 
 /// `hid` posts through a uinput keyboard made with the object, if `/dev/uinput` is writable then
@@ -27,6 +31,8 @@ public:
     ~LinuxSystemKeys() override;
 
     void press(SystemKey key, bool fine, Tap tap) override;
+    bool canPost(Tap tap) override;
+    std::string describe(Tap tap) const override;
     std::string systemName() const override { return "The desktop"; }
 
 private:

@@ -48,18 +48,24 @@ XTestSystemKeys::XTestSystemKeys()
           }
       }) {}
 
-void XTestSystemKeys::press(SystemKey key, bool fine) {
+// A server without XTest keeps its connection, so that it isn't asked again at every press.
+const X11Connection* XTestSystemKeys::ready() {
     const X11Connection* x = display_.connection();
-    if (x == nullptr) {
-        return;
-    }
-    // A server without XTest keeps its connection, so that it isn't asked again at every press.
-    if (x->serial() != serial_) {
+    if (x != nullptr && x->serial() != serial_) {
         serial_ = x->serial();
         keymapStale_ = true;
         xtest_ = x->offers(xcb_test_id);
     }
-    if (!xtest_) {
+    return x != nullptr && xtest_ ? x : nullptr;
+}
+
+bool XTestSystemKeys::available() {
+    return ready() != nullptr;
+}
+
+void XTestSystemKeys::press(SystemKey key, bool fine) {
+    const X11Connection* x = ready();
+    if (x == nullptr) {
         return;
     }
     if (keymapStale_) {

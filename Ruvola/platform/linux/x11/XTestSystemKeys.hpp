@@ -18,8 +18,12 @@ public:
     XTestSystemKeys();
 
     void press(SystemKey key, bool fine) override;
+    bool available() override;
+    std::string name() const override { return "XTest"; }
 
 private:
+    /// The connection, when it reaches a server with XTest.
+    const X11Connection* ready();
     void readKeymap(const X11Connection& x);
     std::optional<std::uint8_t> keycodeFor(std::uint32_t keysym, bool shifted) const;
 
