@@ -21,7 +21,6 @@ TEST(AppIdentity, EachRuleAndItsMessage) {
     const std::string badVersion = "version: must be semantic x.y.z";
     const std::string badBuild = "build: must be a positive integer";
     const std::pair<AppIdentity, Texts> cases[] = {
-        {{}, {}},
         {{.name = "Ruvola 2 Go"}, {}},
         {{.name = "Ruvola\n"}, {badName}},
         {{.slug = "ruvola-2", .bundleIdentifier = "ltd.fennick.ruvola-2"}, {}},

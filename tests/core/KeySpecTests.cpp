@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unordered_set>
-
 namespace ruvola {
 namespace {
 
@@ -18,7 +16,6 @@ constexpr std::uint32_t all = cmd | shift | opt | ctrl;
 
 TEST(KeySpecTest, ParsesEachTrigger) {
     const std::pair<std::string, Trigger> cases[] = {
-        {"CMD Shift A", Trigger::chord({0, cmd | shift})},
         {"cmd+shift+4", Trigger::chord({21, cmd | shift})},
         {"4 cmd shift", Trigger::chord({21, cmd | shift})},
         {"Ctrl+Alt+Delete", Trigger::chord({51, ctrl | opt})},
@@ -26,7 +23,6 @@ TEST(KeySpecTest, ParsesEachTrigger) {
         {"\u2325\u2303\u2318\u21E7f1", Trigger::chord({122, all})},
         {"hyper k", Trigger::chord({40, all})},
         {"  cmd  cmd\ta \t", Trigger::chord({0, cmd})},
-        {"cmd comma", Trigger::chord({43, cmd})},
         {"cmd -", Trigger::chord({27, cmd})},
         {"cmd cmd", Trigger::doubleTap(cmd)},
         {"Ctrl \u2303", Trigger::doubleTap(ctrl)},
@@ -68,14 +64,6 @@ TEST(KeySpecTest, RefusesWithTheOffendingPart) {
     EXPECT_EQ(KeySpecError({Kind::emptyStep, "a,"}).description(),
               "'a,' has an empty step; comma separates a sequence, and the comma key is spelled "
               "'comma'");
-}
-
-TEST(KeysTest, NamesOnlyLowerCaseKeysAndChordsHashByValue) {
-    const auto& names = Keys::byName();
-    for (const std::string absent : {"A", "capslock", "shift", "volumeup"}) {
-        EXPECT_FALSE(names.contains(absent)) << absent;
-    }
-    EXPECT_EQ(std::unordered_set<Chord>({{0, 0}, {0, cmd}, {0, cmd}, {1, 0}}).size(), 3u);
 }
 
 } // namespace

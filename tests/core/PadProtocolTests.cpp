@@ -46,7 +46,6 @@ TEST(PadProtocol, CommandReportsCarryTheirExactBytes) {
 
 TEST(PadProtocol, KeyImageIsAHeaderThenPaddedChunks) {
     const std::tuple<std::size_t, std::size_t, Bytes> cases[] = {
-        {0, 0, {0, 0, 0, 0}},
         {1024, 1, {0, 0, 0x04, 0x00}},
         {1025, 2, {0, 0, 0x04, 0x01}},
         {70000, 69, {0, 0x01, 0x11, 0x70}},

@@ -26,7 +26,6 @@ TEST(UnicodeTest, LowerCasesCommonScripts) {
         {"\u00C0\u00C9\u00DE\u00D7", "\u00E0\u00E9\u00FE\u00D7"},
         {"\u0100\u0139\u014A\u0178\u0130\u1E9E\u1E00", "\u0101\u013A\u014B\u00FFi\u00DF\u1E01"},
         {"\u0391\u03A3\u0386\u0388\u038C\u038F", "\u03B1\u03C3\u03AC\u03AD\u03CC\u03CE"},
-        {"\u00E9\u00DF\u2318\u65E5", "\u00E9\u00DF\u2318\u65E5"},
         {"\xFF\x41", "\uFFFDa"},
     };
     for (const auto& [text, lower] : cases) {
@@ -49,14 +48,6 @@ TEST(UnicodeTest, GroupsUserPerceivedCharacters) {
     for (const auto& [text, characters] : cases) {
         EXPECT_EQ(graphemes(text), characters) << text;
     }
-}
-
-// Spaces of every kind go; newlines and the zero-width space are not horizontal whitespace.
-TEST(UnicodeTest, TrimsSpacesOfEveryKind) {
-    EXPECT_EQ(trimmedWhitespace(" \t "), "");
-    EXPECT_EQ(trimmedWhitespace("\u00A0\u2003\u3000 \ta  b\t\u202F\u205F"), "a  b");
-    EXPECT_EQ(trimmedWhitespace("\nx\u200B\n"), "\nx\u200B\n");
-    EXPECT_EQ(trimmedWhitespaceAndNewlines("\r\n\u0085 x y\u2028\u2029\t"), "x y");
 }
 
 } // namespace
