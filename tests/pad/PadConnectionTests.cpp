@@ -1,10 +1,10 @@
+#include "Ruvola/pad/KeyArt.hpp"
 #include "Ruvola/pad/PadConnection.hpp"
+#include "RuvolaCore/BindingsFile.hpp"
 #include "fakes/VirtualPad.hpp"
 #include "support/EventLoop.hpp"
 #include "support/Repeat.hpp"
 
-#include <QBuffer>
-#include <QImage>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -101,17 +101,14 @@ TEST_F(PadConnectionTest, SaysOnceWhenThePadIsRefusedAndRestartsItWhenItIsBack) 
 TEST_F(PadConnectionTest, SendsKeyImagesThePadCanShowAndShutsItDown) {
     connect();
     ASSERT_TRUE(attached());
-    QImage red(64, 64, QImage::Format_RGB32);
-    red.fill(QColor(220, 20, 20));
-    QByteArray jpeg;
-    QBuffer buffer(&jpeg);
-    ASSERT_TRUE(red.save(&buffer, "JPEG", 92));
-    connection_->sendKeyImage(3, std::span(reinterpret_cast<const std::uint8_t*>(jpeg.data()),
-                                           static_cast<std::size_t>(jpeg.size())));
+    const auto jpeg =
+        KeyArt::jpeg(PadBinding{.control = PadControl::key(3), .name = "R", .color = "#dc1414"}, 0);
+    ASSERT_TRUE(jpeg);
+    connection_->sendKeyImage(3, *jpeg);
     EXPECT_FALSE(pad_.key(3));
     connection_->send(PadProtocol::refresh());
     ASSERT_TRUE(pad_.key(3));
-    const QColor shown = pad_.key(3)->pixelColor(32, 32);
+    const QColor shown = pad_.key(3)->pixelColor(2, 2);
     EXPECT_NEAR(shown.red(), 220, 8);
     connection_->shutdown();
     EXPECT_EQ(Strings(pad_.received.end() - 2, pad_.received.end()), (Strings{"CLE DC", "HAN"}));
