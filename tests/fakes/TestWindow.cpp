@@ -3,8 +3,8 @@
 //
 //   ruvola_test_window --class NAME --instance NAME [--windows N]
 //
-// Prints "window 0xID" for each window once it is mapped, then "ready"; after that one line per
-// key press, "key KEYSYMNAME STATE" (STATE being the X modifier mask in decimal).
+// Prints "window 0xID" for each window once it is mapped, and one line per key press, "key
+// KEYSYMNAME STATE" (STATE being the X modifier mask in decimal).
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -47,9 +47,6 @@ int main(int argc, char** argv) {
         XNextEvent(display, &event);
         if (event.type == MapNotify && mapped.insert(event.xmap.window).second) {
             std::printf("window 0x%lx\n", event.xmap.window);
-            if (mapped.size() == static_cast<std::size_t>(windows)) {
-                std::puts("ready");
-            }
         } else if (event.type == MappingNotify) {
             XRefreshKeyboardMapping(&event.xmapping); // as toolkits do, for borrowed keycodes
         } else if (event.type == KeyPress) {

@@ -8,7 +8,6 @@
 #include <fstream>
 #include <map>
 #include <regex>
-#include <sstream>
 #include <thread>
 
 namespace ruvola {
@@ -17,16 +16,11 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-std::string read(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 struct FileLoggerTest : ::testing::Test {
     // The file's lines as "LEVEL message" after a UTC time stamp; other lines as "raw: text".
     Lines logged() const {
         static const std::regex format(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ \[([A-Z]+)\] (.*))");
-        std::istringstream in(read(path));
+        std::ifstream in(path);
         Lines lines;
         std::smatch match;
         for (std::string text; std::getline(in, text);) {

@@ -18,22 +18,11 @@ using testing::waitUntil;
 
 constexpr const char* childVariable = "RUVOLA_SINGLE_INSTANCE_CHILD";
 
-// Sockets and locks go to the temporary folder, a fresh one here so no run meets another's.
-struct SingleInstanceTest : ::testing::Test {
-    void SetUp() override {
-        if (std::getenv(childVariable) == nullptr) {
-            qputenv("TMPDIR", temporary.path().toLocal8Bit());
-        }
-    }
-
-    QTemporaryDir temporary;
-    const std::string name = "ruvola-test";
-};
-
 // Copies of this test binary, started together, each run this test as a child; a child's exit
 // code is its count of reopen requests once it has claimed, 9 when it deferred. A file left in
 // the socket's place, as by a crashed instance, is taken over, and the name is free again after.
-TEST_F(SingleInstanceTest, ExactlyOneOfThreeLaunchesAtOnceClaimsAndTheOthersAskItToReopen) {
+TEST(SingleInstanceTest, ExactlyOneOfThreeLaunchesAtOnceClaimsAndTheOthersAskItToReopen) {
+    const std::string name = "ruvola-test";
     if (std::getenv(childVariable) != nullptr) {
         SingleInstance instance(name);
         int reopens = 0;
@@ -44,6 +33,10 @@ TEST_F(SingleInstanceTest, ExactlyOneOfThreeLaunchesAtOnceClaimsAndTheOthersAskI
         }
         std::_Exit(claimed ? reopens : 9);
     }
+    // Sockets and locks go to the temporary folder, a fresh one here so no run meets another's;
+    // the children inherit it.
+    QTemporaryDir temporary;
+    qputenv("TMPDIR", temporary.path().toLocal8Bit());
     std::ofstream(SingleInstance(name).socketPath()) << "";
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(childVariable, "1");

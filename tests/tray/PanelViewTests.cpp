@@ -17,13 +17,6 @@ namespace {
 
 using ruvola::testing::waitUntil;
 
-// Counts how often each named action ran.
-struct Ran : std::map<std::string, int> {
-    std::function<void()> operator()(const std::string& name) {
-        return [this, name] { ++(*this)[name]; };
-    }
-};
-
 PanelEntry row(std::string id, std::function<void()> action, bool enabled = true,
                std::vector<PanelEntry> expansion = {}) {
     return {PanelRow{.id = id,
@@ -62,16 +55,17 @@ struct Panel {
 };
 
 TEST(PanelContentView, KeysAndClicksReachEnabledRowsAndStateFollowsRowIds) {
-    Ran ran;
+    std::map<std::string, int> ran; // how often each row's action ran
     std::function<void()> refresh;
     // "a"'s action refreshes the panel, as most do.
     std::vector<PanelEntry> model = {
         row("a",
             [&] {
-                ran("a")();
+                ++ran["a"];
                 refresh();
             }),
-        row("b", ran("b"), false),
+        row(
+            "b", [&] { ++ran["b"]; }, false),
         row("group", {}, true, {row("c", {}), row("d", {}, false), row("e", {})})};
     Panel panel(model);
     refresh = [&] { panel.refresh(); };

@@ -93,11 +93,7 @@ struct TestWindow {
             },
             10s);
     }
-    ~TestWindow() {
-        process.kill();
-        process.waitForFinished(5000);
-    }
-    std::int64_t pid() const { return process.processId(); }
+    ~TestWindow() { testing::stopProcess(process); }
 
     QProcess process;
     std::vector<Window> windows;
@@ -149,11 +145,11 @@ TEST_F(Ewmh, ListsHidesAndActivatesEachApplicationWithAllItsWindows) {
     ASSERT_TRUE(named("Gamma"));
     const std::vector<RunningApplication> running = windows_.running();
     const std::vector<RunningApplication> expected{
-        {"Alpha", "alpha", (desktop / "applications/alpha.desktop").string(), alpha.pid(),
-         running.at(0).key},
+        {"Alpha", "alpha", (desktop / "applications/alpha.desktop").string(),
+         alpha.process.processId(), running.at(0).key},
         {"Beta", "org.example.Beta", (desktop / "applications/org.example.Beta.desktop").string(),
-         beta.pid(), running.at(1).key},
-        {"Gamma", "gamma", "", gamma.pid(), running.at(2).key},
+         beta.process.processId(), running.at(1).key},
+        {"Gamma", "gamma", "", gamma.process.processId(), running.at(2).key},
     };
     EXPECT_EQ(running, expected);
     EXPECT_EQ(std::set<std::string>({running[0].key, running[1].key, running[2].key}).size(), 3U);

@@ -9,6 +9,7 @@
 #include "Ruvola/platform/linux/UinputAccessWatcher.hpp"
 #include "Ruvola/platform/linux/XdgLaunchAtLogin.hpp"
 #include "tests/support/EventLoop.hpp"
+#include "tests/support/Repeat.hpp"
 #include "tests/support/Servers.hpp"
 
 #include <QTemporaryDir>
@@ -37,7 +38,6 @@ TEST(Session, IsTakenFromTheSessionTypeElseFromTheDisplaysSet) {
     using Kind = Session::Kind;
     using Variables = std::map<std::string, std::string>;
     const std::vector<std::pair<Variables, Session>> cases{
-        {{}, {Kind::none, "", false}},
         {{{"WAYLAND_DISPLAY", "wayland-0"}, {"XDG_CURRENT_DESKTOP", "sway"}},
          {Kind::wayland, "sway", false}},
         // XWayland: a Wayland session whose X display the X11 backends serve.
@@ -143,27 +143,35 @@ TEST(ReportDescriptor, PrimaryUsagePageIsTheFirstUsagePageItem) {
     }
 }
 
+using Changes = std::vector<std::tuple<const char*, std::function<void()>, bool>>;
+
+// Makes each change in turn and expects it reported through `calls`, or not, as its row says.
+void expectReports(int& calls, const Changes& changes) {
+    for (const auto& [name, change, reported] : changes) {
+        calls = 0;
+        change();
+        EXPECT_EQ(waitUntil([&] { return calls > 0; }, reported ? 5s : 100ms), reported) << name;
+    }
+}
+
 // Saves in their usual styles and a removed directory are followed through the bindings store.
 TEST(DirectoryWatcher, ReportsChangesInTheDirectoryItHasTheNameOf) {
-    const auto descriptors = [] {
-        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-    };
     QTemporaryDir root;
     const fs::path parent = root.path().toStdString(), directory = parent / "ruvola",
                    old = parent / "old";
     const auto platform = makePlatform();
-    const auto before = descriptors();
+    const auto before = testing::openDescriptors();
     std::ofstream(parent / "file") << "";
     for (const fs::path& path : {parent / "missing", parent / "file"}) {
         EXPECT_FALSE(platform->makeDirectoryWatcher()->start(path, [] {})) << path;
     }
-    EXPECT_EQ(descriptors(), before);
+    EXPECT_EQ(testing::openDescriptors(), before);
 
     fs::create_directory(directory);
     auto watcher = platform->makeDirectoryWatcher();
     int calls = 0;
     ASSERT_TRUE(watcher->start(directory, [&] { ++calls; }));
-    const std::vector<std::tuple<const char*, std::function<void()>, bool>> changes{
+    const Changes changes{
         {"create", [&] { std::ofstream(directory / "a") << "{}"; }, true},
         {"attributes", [&] { fs::permissions(directory / "a", fs::perms::owner_read); }, true},
         {"rename out", [&] { fs::rename(directory / "a", parent / "a"); }, true},
@@ -179,17 +187,13 @@ TEST(DirectoryWatcher, ReportsChangesInTheDirectoryItHasTheNameOf) {
         {"removed", [&] { fs::remove_all(directory); }, true},
         {"created again", [&] { fs::create_directory(directory); }, true},
     };
-    for (const auto& [name, change, reported] : changes) {
-        calls = 0;
-        change();
-        EXPECT_EQ(waitUntil([&] { return calls > 0; }, reported ? 5s : 100ms), reported) << name;
-    }
+    expectReports(calls, changes);
     calls = 0;
     std::ofstream(directory / "c") << "{}"; // queued but not yet read
     watcher.reset();
     testing::runEventLoop(100ms);
     EXPECT_EQ(calls, 0);
-    EXPECT_EQ(descriptors(), before);
+    EXPECT_EQ(testing::openDescriptors(), before);
 }
 
 // The uinput node's watcher follows the node, not its neighbours, through the same queue.
@@ -200,18 +204,14 @@ TEST(AccessWatcher, ReportsTheNodeComingGoingAndChangingMode) {
     UinputAccessWatcher watcher(node);
     int calls = 0;
     ASSERT_TRUE(watcher.start([&] { ++calls; }));
-    const std::vector<std::tuple<const char*, std::function<void()>, bool>> changes{
+    const Changes changes{
         {"created", [&] { std::ofstream(node) << ""; }, true},
         {"mode changed", [&] { fs::permissions(node, fs::perms::owner_read); }, true},
         {"a neighbour", [&] { std::ofstream(folder / "other") << ""; }, false},
         {"removed", [&] { fs::remove(node); }, true},
         {"renamed into place", [&] { fs::rename(folder / "other", node); }, true},
     };
-    for (const auto& [name, change, reported] : changes) {
-        calls = 0;
-        change();
-        EXPECT_EQ(waitUntil([&] { return calls > 0; }, reported ? 5s : 100ms), reported) << name;
-    }
+    expectReports(calls, changes);
 }
 
 // The entry is read back as GIO runs it: the value unescaped, "%%" made "%", then split.
