@@ -91,7 +91,7 @@ struct TestWindow {
                 }
                 return windows.size() == count || process.state() == QProcess::NotRunning;
             },
-            10s);
+            60s); // a loaded machine may take long to map them; a met wait ends at once
     }
     ~TestWindow() { testing::stopProcess(process); }
 
@@ -167,6 +167,7 @@ TEST_F(Ewmh, ListsHidesAndActivatesEachApplicationWithAllItsWindows) {
 
 TEST_F(Ewmh, WatcherReportsEachChangeOfApplication) {
     TestWindow alpha("Alpha", "alpha-bin", 2), beta("Beta", "beta");
+    ASSERT_EQ(alpha.windows.size(), 2U);
     const auto alphaApp = named("Alpha"), betaApp = named("Beta");
     ASSERT_TRUE(alphaApp && betaApp);
     platform::EwmhFrontmostWatcher watcher;
