@@ -66,13 +66,11 @@ protected:
         return reports();
     }
 
-    // Waits for the pad to hear of a change of the frontmost window. openbox may not have looked
-    // at its queue yet: a root property change wakes it.
+    // Waits for the pad to hear of a change of the frontmost window, waking the window manager.
     void frontmostChanged() {
         waitUntil(
             [&] {
-                QProcess::execute("xprop",
-                                  {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
+                testing::XServer::wakeWindowManager();
                 return !pad.received.empty();
             },
             patience);

@@ -96,6 +96,13 @@ public:
 
     const std::string& display() const { return name_; }
 
+    /// openbox under Xvfb may leave its queue unread until something happens: a root property
+    /// change wakes it.
+    static void wakeWindowManager() {
+        QProcess::execute("xprop",
+                          {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
+    }
+
 private:
     static bool managed() {
         QProcess xprop;

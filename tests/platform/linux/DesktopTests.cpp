@@ -83,6 +83,7 @@ struct TestWindow {
                                            "--windows", QString::number(count)});
         testing::waitUntil(
             [&] {
+                testing::XServer::wakeWindowManager(); // it maps them
                 while (process.canReadLine()) {
                     const QByteArray line = process.readLine().trimmed();
                     if (line.startsWith("window ")) {
@@ -108,14 +109,12 @@ protected:
         ASSERT_TRUE(x_.start(true));
     }
 
-    /// The running application of that name, once there is one. openbox may not have looked at its
-    /// queue yet: a root property change wakes it.
+    /// The running application of that name, once there is one.
     std::optional<RunningApplication> named(const std::string& name) {
         std::optional<RunningApplication> found;
         testing::waitUntil(
             [&] {
-                QProcess::execute("xprop",
-                                  {"-root", "-f", "RUVOLA_POKE", "8s", "-set", "RUVOLA_POKE", "x"});
+                testing::XServer::wakeWindowManager();
                 for (const RunningApplication& application : windows_.running()) {
                     found = application.name == name ? application : found;
                 }
