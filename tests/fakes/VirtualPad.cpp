@@ -185,6 +185,7 @@ void VirtualPad::chunk(std::span<const std::uint8_t> report) {
     } else {
         violations.push_back("image for key " + std::to_string(transfer.key));
     }
+    lastImage = std::move(transfer.bytes);
     transfer_.reset();
 }
 

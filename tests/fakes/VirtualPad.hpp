@@ -34,6 +34,8 @@ public:
 
     /// What a key shows: set by refresh ("STP") from the images and clears before it.
     const std::optional<QImage>& key(int index) const;
+    /// The bytes of the last key image that arrived in full, as the pad put them together.
+    std::vector<std::uint8_t> lastImage;
 
     /// The firmware feature report's bytes, or nothing to make the read fail.
     std::optional<std::vector<std::uint8_t>> firmware;
