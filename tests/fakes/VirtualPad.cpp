@@ -141,6 +141,9 @@ void VirtualPad::command(std::span<const std::uint8_t> report) {
         const std::size_t length = std::size_t{payload[0]} << 24 | std::size_t{payload[1]} << 16 |
                                    std::size_t{payload[2]} << 8 | payload[3];
         transfer_ = Transfer{payload[4], length, {}};
+        if (length == 0) {
+            chunk({}); // an empty image comes with no chunks
+        }
     } else if (name == "LIG") {
         received.push_back("LIG " + std::to_string(payload[2]));
     } else if (name == "CLE" && payload[2] == 'D' && payload[3] == 'C') {
