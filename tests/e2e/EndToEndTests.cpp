@@ -11,7 +11,6 @@
 #include <QProcess>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string_view>
 
 namespace ruvola {
