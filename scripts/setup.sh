@@ -11,6 +11,7 @@ build_packages=(
   libpulse-dev pulseaudio-utils
   xdg-utils
   libx11-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xtest0-dev
+  libwayland-dev libxkbcommon-dev qt6-wayland
   fonts-noto-color-emoji fonts-open-sans
 )
 test_packages=(
@@ -21,6 +22,7 @@ test_packages=(
   pulseaudio
   openbox x11-utils xdotool trayer imagemagick dbus openssl
   clang libclang-rt-14-dev
+  sway xwayland waybar weston
 )
 
 wanted=("${build_packages[@]}")
