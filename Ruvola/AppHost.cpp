@@ -36,6 +36,8 @@ int runApplication(const AppIdentity& identity, platform::Platform& platform, bo
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QString::fromStdString(identity.name));
+    // Its windows' app id on Wayland, which names its desktop entry.
+    QGuiApplication::setDesktopFileName(QString::fromStdString(identity.bundleIdentifier));
 
     SingleInstance instance(identity.slug);
     if (!instance.claim()) {

@@ -108,6 +108,11 @@ void MenubarHost::launch() {
     application_.start(logger_);
     started_ = true;
     refreshStatusItem();
+    // Without a tray the panel is the only way in: it opens as a window.
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        logger_.info("No tray on this desktop; the panel opens as a window");
+        showPanelWindow();
+    }
 }
 
 void MenubarHost::reopen() {
@@ -115,6 +120,18 @@ void MenubarHost::reopen() {
         setIconVisible(true);
         logger_.info("Status item restored on reopen");
     }
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        showPanelWindow();
+    }
+}
+
+void MenubarHost::showPanelWindow() {
+    if (!started_) {
+        return;
+    }
+    PanelContentView* view = statusPanel();
+    view->setKeyImages(application_.keyScreens().images());
+    panel_.showAsWindow(view);
 }
 
 void MenubarHost::terminate() {

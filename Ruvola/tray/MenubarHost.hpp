@@ -39,9 +39,10 @@ public:
                 platform::Platform& platform, QSettings& settings, bool loginLaunch);
     ~MenubarHost() override;
 
-    /// Shows the icon and starts the application.
+    /// Shows the icon and starts the application; without a tray, opens the panel as a window.
     void launch();
-    /// Another launch of the program while this one runs: shows a hidden icon again.
+    /// Another launch of the program while this one runs: shows a hidden icon again, and the
+    /// panel as a window where there is no tray.
     void reopen();
     /// Stops the application; the last thing before the process ends.
     void terminate();
@@ -56,6 +57,7 @@ public:
     std::unique_ptr<QMenu> contextMenu();
     void hideIcon();
     void togglePanel();
+    void showPanelWindow();
 
     QSystemTrayIcon& trayIcon() { return tray_; }
     StatusPanelController& panel() { return panel_; }

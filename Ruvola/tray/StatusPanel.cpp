@@ -23,12 +23,20 @@ constexpr int gap = 4;
 constexpr std::chrono::milliseconds reopenGuard{300};
 constexpr int glideMilliseconds = 160;
 
+constexpr Qt::WindowFlags popupFlags = Qt::Popup | Qt::FramelessWindowHint;
+
+// On Wayland a window can't be placed by its client: a popup needs a parent window to hang from,
+// which a tray icon is not.
+bool popupsCanBePlaced() {
+    return !QGuiApplication::platformName().startsWith("wayland");
+}
+
 } // namespace
 
 class StatusPanelController::Window final : public QWidget {
 public:
     explicit Window(std::function<void()> onHide)
-        : QWidget(nullptr, Qt::Popup | Qt::FramelessWindowHint), onHide_(std::move(onHide)) {}
+        : QWidget(nullptr, popupFlags), onHide_(std::move(onHide)) {}
 
 protected:
     void paintEvent(QPaintEvent*) override {
@@ -79,6 +87,7 @@ StatusPanelController::~StatusPanelController() {
 }
 
 void StatusPanelController::show(PanelContentView* content, const QRect& anchor) {
+    setWindowed(!popupsCanBePlaced());
     setContent(content);
     if (!content_) {
         return;
@@ -92,6 +101,30 @@ void StatusPanelController::show(PanelContentView* content, const QRect& anchor)
     window_->raise();
     window_->activateWindow();
     content_->setFocus(Qt::PopupFocusReason);
+}
+
+void StatusPanelController::showAsWindow(PanelContentView* content) {
+    setWindowed(true);
+    setContent(content);
+    if (!content_) {
+        return;
+    }
+    content_->refresh();
+    content_->select(std::nullopt);
+    position(QRect(), false);
+    window_->show();
+    window_->raise();
+    window_->activateWindow();
+}
+
+void StatusPanelController::setWindowed(bool windowed) {
+    if (windowed == windowed_) {
+        return;
+    }
+    windowed_ = windowed;
+    window_->hide();
+    window_->setWindowFlags(windowed ? Qt::Window : popupFlags);
+    window_->setWindowTitle(QGuiApplication::applicationDisplayName());
 }
 
 void StatusPanelController::toggle(PanelContentView* content, const QRect& anchor) {
@@ -143,6 +176,13 @@ void StatusPanelController::position(const QRect& anchor, bool animated) {
                        content_->sizeHint().height() + 2 * border);
     const QRect target = placement(known, wanted, screen->availableGeometry());
     animation_->stop();
+    if (windowed_) {
+        // The desktop places the window; a fixed size keeps tiling compositors from tiling it.
+        window_->setFixedSize(target.size());
+        return;
+    }
+    window_->setMinimumSize(0, 0);
+    window_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     if (animated && window_->isVisible() && target != window_->geometry()) {
         animation_->setStartValue(window_->geometry());
         animation_->setEndValue(target);

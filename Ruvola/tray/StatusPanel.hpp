@@ -16,8 +16,10 @@ class QWidget;
 namespace ruvola {
 
 /// Shows a PanelContentView in a frameless popup under the tray icon. Like a menu, the popup
-/// closes on a click anywhere else and on Escape. The content stays its owner's: the controller
-/// only holds it while showing it.
+/// closes on a click anywhere else and on Escape. Where there is no tray icon to hang it from, or
+/// the toolkit can't place a popup (Wayland, where the compositor places windows), it is a window
+/// of fixed size instead, which tiling compositors float. The content stays its owner's: the
+/// controller only holds it while showing it.
 class StatusPanelController final {
 public:
     StatusPanelController();
@@ -28,11 +30,15 @@ public:
     /// Refreshes `content` and shows it below `anchor`, the tray icon's geometry; an empty or
     /// off-screen anchor puts the panel at the top right of the screen.
     void show(PanelContentView* content, const QRect& anchor);
+    /// Shows `content` in a window with a title bar, wherever the desktop puts it.
+    void showAsWindow(PanelContentView* content);
     /// For the tray icon's click: hides a showing panel, and shows a hidden one unless it was
     /// closed a moment ago, by the press of this same click outside the popup.
     void toggle(PanelContentView* content, const QRect& anchor);
     void hide();
     bool isVisible() const;
+    /// Whether it shows as a window rather than a popup.
+    bool windowed() const { return windowed_; }
 
     /// Also points the content's onHideRequested at hide().
     void setContent(PanelContentView* content);
@@ -55,12 +61,15 @@ public:
 private:
     class Window;
 
+    void setWindowed(bool windowed);
+
     std::unique_ptr<Window> window_;
     QScrollArea* scroll_ = nullptr;
     QPropertyAnimation* animation_ = nullptr;
     QPointer<PanelContentView> content_;
     QRect anchor_;
     QElapsedTimer sinceHidden_;
+    bool windowed_ = false;
 };
 
 } // namespace ruvola
