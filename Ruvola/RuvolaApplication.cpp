@@ -3,6 +3,7 @@
 #include "Ruvola/actions/ActionRunner.hpp"
 #include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
+#include "Ruvola/platform/DesktopSession.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
@@ -14,6 +15,7 @@
 #include "RuvolaCore/PadProtocol.hpp"
 
 #include <QCoreApplication>
+#include <QPointer>
 #include <QSettings>
 #include <QTimer>
 
@@ -79,6 +81,13 @@ void RuvolaApplication::start(Logging& logger) {
 
     frontmostWatcher_ = platform_.makeFrontmostWatcher();
     frontmostWatcher_->start([this] { frontmostChanged(); });
+    // A display server that goes away takes the frontmost application with it.
+    platform_.session().onLost([self = QPointer(this)](const std::string& sentence) {
+        if (self) {
+            self->logger_->warning(sentence);
+            self->frontmostChanged();
+        }
+    });
     wakeWatcher_ = platform_.makeWakeWatcher();
     wakeWatcher_->start([this] { wokeFromSleep(); });
     // The change is announced before it is complete: look again a moment later.

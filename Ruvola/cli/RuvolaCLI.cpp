@@ -4,6 +4,7 @@
 #include "Ruvola/host/Logging.hpp"
 #include "Ruvola/pad/PadConnection.hpp"
 #include "Ruvola/platform/Brightness.hpp"
+#include "Ruvola/platform/DesktopSession.hpp"
 #include "Ruvola/platform/DirectoryWatcher.hpp"
 #include "Ruvola/platform/HidManager.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
@@ -117,6 +118,14 @@ std::optional<CLIResult> RuvolaCLI::handleCLI(const std::vector<std::string>& ar
 }
 
 std::vector<DiagnosticCheck> RuvolaCLI::diagnosticChecks(platform::Platform& platform) {
+    // The buses are asked through the toolkit, which wants an application object.
+    int argc = 1;
+    char name[] = "ruvola";
+    char* argv[] = {name, nullptr};
+    std::optional<QCoreApplication> application;
+    if (QCoreApplication::instance() == nullptr) {
+        application.emplace(argc, argv);
+    }
     const auto pads = platform.hidDiscovery().attached(PadConnection::supportedPads());
     std::vector<DiagnosticCheck> checks{
         {"pad", !pads.empty(), "a supported pad is plugged in",
@@ -132,11 +141,29 @@ std::vector<DiagnosticCheck> RuvolaCLI::diagnosticChecks(platform::Platform& pla
              "install Ruvola's udev rule for the pad (70-ruvola-pad.rules, put in place "
              "by cmake --install) and plug the pad in again"});
     }
-    platform::InputAccess& access = platform.inputAccess();
-    checks.push_back({"input access", access.isTrusted(),
-                      "allowed to send keystrokes and typed text", access.remedy()});
+    for (DiagnosticCheck& check : sessionChecks(platform.session())) {
+        checks.push_back(std::move(check));
+    }
     for (DiagnosticCheck& check : keyRouteChecks(platform)) {
         checks.push_back(std::move(check));
+    }
+    const bool tray = platform.session().hasTray();
+    checks.push_back({"tray", tray, "tray: the status icon shows in the desktop's tray",
+                      "no tray on this desktop, so the panel opens as a window at start and each "
+                      "time Ruvola is launched again; for an icon, run a StatusNotifier host (on "
+                      "GNOME the AppIndicator extension)"});
+    return checks;
+}
+
+// The session and its backend, then what can be done in it, one line each.
+std::vector<DiagnosticCheck> RuvolaCLI::sessionChecks(const platform::DesktopSession& session) {
+    std::vector<DiagnosticCheck> checks{
+        {"desktop", session.usable(), "desktop: " + session.description(),
+         "no graphical session: start Ruvola inside a desktop session (X11 or Wayland)"},
+    };
+    for (const platform::DesktopSession::Ability& ability : session.abilities()) {
+        checks.push_back({ability.name, ability.available, ability.name + ": " + ability.detail,
+                          ability.remedy});
     }
     return checks;
 }
@@ -145,13 +172,6 @@ std::vector<DiagnosticCheck> RuvolaCLI::diagnosticChecks(platform::Platform& pla
 // the key, through the first tap that can post.
 std::vector<DiagnosticCheck> RuvolaCLI::keyRouteChecks(platform::Platform& platform) {
     // Players and services answer on an event loop; a moment is enough for the bus's own.
-    int argc = 1;
-    char name[] = "ruvola";
-    char* argv[] = {name, nullptr};
-    std::optional<QCoreApplication> application;
-    if (QCoreApplication::instance() == nullptr) {
-        application.emplace(argc, argv);
-    }
     platform::MediaPlayers& players = platform.mediaPlayers();
     const std::string brightness = platform.brightness().route();
     QEventLoop loop;

@@ -13,8 +13,9 @@ namespace ruvola {
 class PadConnection;
 
 namespace platform {
+class DesktopSession;
 class Platform;
-}
+} // namespace platform
 
 /// Ruvola's own commands and doctor checks, beside the universal ones.
 namespace RuvolaCLI {
@@ -30,8 +31,12 @@ std::optional<CLIResult> handleCLI(const std::vector<std::string>& arguments,
 /// "waiting for a pad…") and one per input ("key 1  press").
 void watch(PadConnection& connection, std::function<void(const std::string&)> print);
 
-/// Ruvola's checks for doctor: the pad, access to synthetic input, and the routes of system keys.
+/// Ruvola's checks for doctor: the pad, the desktop session and what can be done in it, the
+/// routes of system keys, and the tray.
 std::vector<DiagnosticCheck> diagnosticChecks(platform::Platform& platform);
+
+/// Doctor's lines for the desktop session: which it is, then one per ability.
+std::vector<DiagnosticCheck> sessionChecks(const platform::DesktopSession& session);
 
 /// Doctor's lines for the system keys, media keys and brightness: what each will go through.
 std::vector<DiagnosticCheck> keyRouteChecks(platform::Platform& platform);

@@ -6,6 +6,7 @@ namespace ruvola::platform {
 
 class Brightness;
 class Desktop;
+class DesktopSession;
 class DirectoryWatcher;
 class FrontmostWatcher;
 class HidDiscovery;
@@ -44,6 +45,8 @@ public:
     virtual Windows& windows() = 0;
     virtual Launcher& launcher() = 0;
     virtual Desktop& desktop() = 0;
+    /// The desktop session this runs in and what can be done there.
+    virtual DesktopSession& session() = 0;
     virtual InputAccess& inputAccess() = 0;
     virtual const Installation& installation() const = 0;
     virtual LaunchAtLogin& launchAtLogin() = 0;

@@ -75,11 +75,13 @@ TEST_F(CommandLine, AnswersEveryCommand) {
 
 TEST_F(CommandLine, DoctorFailsOutsideTheInstalledCopyAndPassesTheBundleCheckInIt) {
     const auto [exitCode, out, err] = run({"doctor"});
-    // No pad, display or uinput is offered here.
+    // No pad, display, uinput or tray is offered here.
     EXPECT_TRUE(out.starts_with("\u2717 bundle: install Ruvola with cmake --install")) << out;
     EXPECT_NE(out.find("\n\u2717 pad: "), std::string::npos) << out;
+    EXPECT_NE(out.find("\n\u2717 desktop: no graphical session"), std::string::npos) << out;
     EXPECT_NE(out.find("\n\u2717 system keys: "), std::string::npos) << out;
-    EXPECT_EQ(std::tuple(exitCode, err, std::ranges::count(out, '\n')), std::tuple(1, ""s, 6L));
+    EXPECT_NE(out.find("\n\u2717 tray: "), std::string::npos) << out;
+    EXPECT_EQ(std::tuple(exitCode, err, std::ranges::count(out, '\n')), std::tuple(1, ""s, 7L));
 
     QTemporaryDir prefix;
     const auto install =

@@ -1,6 +1,8 @@
 // The whole application — tray host, driver, bindings store, action runner, key art — on a
 // private X server with a window manager and a tray, private buses, a sound server with a null
 // sink, and the virtual pad.
+#include "Ruvola/cli/RuvolaCLI.hpp"
+#include "Ruvola/platform/DesktopSession.hpp"
 #include "Ruvola/tray/MenubarHost.hpp"
 #include "fakes/DriverRig.hpp"
 #include "support/Servers.hpp"
@@ -91,6 +93,16 @@ TEST_F(EndToEnd, TheIconDocksAndFrontmostApplicationsAndWakeReachThePadAndTheDes
         [&] { return QRect(1160, 0, 120, 32).contains(host_->trayIcon().geometry().center()); },
         patience));
     EXPECT_EQ(host_->trayIcon().toolTip(), "Ruvola, Soomfon Stream Controller SE connected");
+    // doctor's account of an X11 session with XTest, a window manager and a tray.
+    Strings session;
+    for (const DiagnosticCheck& check : RuvolaCLI::sessionChecks(platform.session())) {
+        session.push_back((check.passed ? "+ " : "- ") + check.success);
+    }
+    EXPECT_EQ(session, (Strings{"+ desktop: X11 \u2014 EWMH, XTest",
+                                "+ frontmost application: the active window (EWMH)",
+                                "+ window control: activate and iconify (EWMH)",
+                                "+ keystrokes: XTest", "+ typed text: XTest, any character"}));
+    EXPECT_TRUE(platform.session().hasTray());
 
     // A real application with its own binding for key 2 comes to the front, gets its keystroke
     // (Super is Mod4), then goes.

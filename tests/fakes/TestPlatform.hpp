@@ -124,6 +124,7 @@ public:
     }
     platform::Launcher& launcher() override { return real().launcher(); }
     platform::Desktop& desktop() override { return real().desktop(); }
+    platform::DesktopSession& session() override { return real().session(); }
     platform::InputAccess& inputAccess() override {
         return inputAccessOverride != nullptr ? *inputAccessOverride : real().inputAccess();
     }

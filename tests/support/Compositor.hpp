@@ -1,6 +1,5 @@
 #pragma once
 
-#include "tests/support/EventLoop.hpp"
 #include "tests/support/Servers.hpp"
 
 #include <QDir>
@@ -10,15 +9,28 @@
 #include <QTemporaryDir>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <list>
 #include <memory>
 #include <pwd.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace ruvola::testing {
+
+/// Checks `condition` every 10 ms until it holds or `bound` passes; for waits on other processes
+/// that may come before any event loop exists.
+template <typename Condition>
+bool pollUntil(Condition condition, std::chrono::milliseconds bound) {
+    const auto deadline = std::chrono::steady_clock::now() + bound;
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return condition();
+}
 
 /// A headless Wayland compositor on a private session bus, with its own runtime folder, for the
 /// tests of the Wayland backends. Compositors refuse to run as root, so under root everything it
@@ -62,7 +74,7 @@ public:
                               "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow "
                               "eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
         QProcess& bus = spawn("dbus-daemon", {"--config-file=" + run_ + "/bus.conf", "--nofork"});
-        if (!waitUntil([&] { return QFile::exists(run_ + "/bus"); }, 10s)) {
+        if (!pollUntil([&] { return QFile::exists(run_ + "/bus"); }, 10s)) {
             return fail("the session bus did not start");
         }
         (void)bus;
@@ -80,7 +92,7 @@ public:
                                             "--log=" + run_ + "/weston.log"});
             socket_ = run_ + "/wayland-1";
         }
-        const bool up = waitUntil(
+        const bool up = pollUntil(
             [&] {
                 return compositor_->state() == QProcess::NotRunning ||
                        (QFile::exists(socket_) && (kind != Kind::sway || !swaySocket().isEmpty()));
@@ -165,6 +177,17 @@ public:
     }
 
     const QString& runtimeFolder() const { return run_; }
+
+    /// The user compositors run as when the tests run as root, made on first use; 0 when it
+    /// can't be.
+    static unsigned unprivilegedUser() {
+        if (::getpwnam(user) == nullptr) {
+            [[maybe_unused]] const int made =
+                std::system("useradd --create-home --shell /bin/sh ruvola-test >/dev/null 2>&1");
+        }
+        const passwd* entry = ::getpwnam(user);
+        return entry != nullptr ? entry->pw_uid : 0;
+    }
     const std::string& why() const { return why_; }
 
     /// Stops the compositor alone, as when it crashes or the user logs out.
@@ -189,15 +212,7 @@ private:
     static constexpr const char* user = "ruvola-test";
 
     bool makeUser() {
-        if (::geteuid() != 0) {
-            uid_ = ::geteuid();
-            return true;
-        }
-        if (::getpwnam(user) == nullptr) {
-            QProcess::execute("useradd", {"--create-home", "--shell", "/bin/sh", user});
-        }
-        const passwd* entry = ::getpwnam(user);
-        uid_ = entry != nullptr ? entry->pw_uid : 0;
+        uid_ = ::geteuid() == 0 ? unprivilegedUser() : ::geteuid();
         return uid_ != 0;
     }
 

@@ -9,8 +9,6 @@ namespace ruvola::platform {
 
 namespace {
 
-constexpr const char* applicationIdentifier = "ltd.fennick.ruvola";
-
 std::filesystem::path runningExecutable() {
     std::error_code error;
     std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -36,14 +34,14 @@ std::optional<std::string> LinuxInstallation::bundleIdentifier() const {
     if (executable.empty()) {
         return std::nullopt;
     }
-    const std::filesystem::path entry = executable.parent_path().parent_path() / "share" /
-                                        "applications" /
-                                        (std::string(applicationIdentifier) + ".desktop");
+    const std::filesystem::path entry =
+        executable.parent_path().parent_path() / "share" / "applications" /
+        (std::string(LinuxInstallation::applicationId) + ".desktop");
     std::error_code error;
     if (!std::filesystem::is_regular_file(entry, error)) {
         return std::nullopt;
     }
-    return applicationIdentifier;
+    return LinuxInstallation::applicationId;
 }
 
 std::string LinuxInstallation::executableName() const {

@@ -8,6 +8,9 @@ namespace ruvola::platform {
 /// desktop entry, as `cmake --install` lays them out; the user's folders follow the XDG rules.
 class LinuxInstallation final : public Installation {
 public:
+    /// The application's id: its desktop entry's name without ".desktop", and its windows' app id.
+    static constexpr const char* applicationId = "ltd.fennick.ruvola";
+
     std::optional<std::string> bundleIdentifier() const override;
     std::string bundleRemedy() const override;
     std::filesystem::path homeDirectory() const override;

@@ -1,3 +1,4 @@
+#include "Ruvola/platform/DesktopSession.hpp"
 #include "Ruvola/platform/Platform.hpp"
 #include "Ruvola/platform/SyntheticInput.hpp"
 #include "Ruvola/platform/Windows.hpp"
@@ -49,6 +50,7 @@ public:
     Windows& windows() override { return *session_.windows; }
     Launcher& launcher() override { return launcher_; }
     Desktop& desktop() override { return desktop_; }
+    DesktopSession& session() override { return *session_.description; }
     InputAccess& inputAccess() override { return inputAccess_; }
     const Installation& installation() const override { return installation_; }
     LaunchAtLogin& launchAtLogin() override { return launchAtLogin_; }
@@ -79,7 +81,8 @@ public:
 
 private:
     DesktopEntries entries_;
-    SessionBackends session_ = SessionBackends::make(Session::current(), entries_);
+    SessionBackends session_ =
+        SessionBackends::make(Session::current(), entries_, LinuxInstallation::applicationId);
     GioDesktop desktop_;
     LinuxInstallation installation_;
     SpawnProcesses processes_;

@@ -2,7 +2,9 @@
 
 #include "Ruvola/platform/SyntheticInput.hpp"
 #include "Ruvola/platform/Windows.hpp"
+#include "Ruvola/platform/linux/LinuxDesktopSession.hpp"
 #include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
+#include "Ruvola/platform/linux/wayland/WaylandConnection.hpp"
 #include "Ruvola/platform/linux/x11/EwmhFrontmostWatcher.hpp"
 #include "Ruvola/platform/linux/x11/EwmhWindows.hpp"
 #include "Ruvola/platform/linux/x11/X11Display.hpp"
@@ -11,6 +13,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
+#include <unistd.h>
 
 namespace ruvola::platform {
 
@@ -34,6 +38,27 @@ class NoSyntheticInput final : public SyntheticInput {
 public:
     bool post(const Chord&) override { return false; }
     bool type(const std::string&) override { return false; }
+};
+
+// One window backend that also serves the frontmost watchers it makes.
+class SharedWindows final : public Windows {
+public:
+    explicit SharedWindows(std::shared_ptr<Windows> windows) : windows_(std::move(windows)) {}
+
+    std::optional<RunningApplication> frontmost() override { return windows_->frontmost(); }
+    std::vector<RunningApplication> running() override { return windows_->running(); }
+    bool hide(const RunningApplication& application) override {
+        return windows_->hide(application);
+    }
+    bool activate(const RunningApplication& application) override {
+        return windows_->activate(application);
+    }
+    bool hasVisibleWindow(const RunningApplication& application) override {
+        return windows_->hasVisibleWindow(application);
+    }
+
+private:
+    std::shared_ptr<Windows> windows_;
 };
 
 std::optional<std::string> variable(const char* name) {
@@ -63,22 +88,69 @@ Session Session::current() {
     return detect(variable);
 }
 
-SessionBackends SessionBackends::make(const Session& session, DesktopEntries& entries) {
+namespace {
+
+using Ability = DesktopSession::Ability;
+
+SessionBackends noBackends() {
     SessionBackends backends;
-    // Everything X11 goes to the display `$DISPLAY` names, XWayland's in a Wayland session too.
-    if (session.xDisplay) {
-        auto input = std::make_unique<XTestSyntheticInput>();
-        backends.inputAvailable = [xtest = input.get()] { return xtest->available(); };
-        backends.input = std::move(input);
-        backends.windows = std::make_unique<EwmhWindows>(entries);
-        backends.frontmostWatchers = [] { return std::make_unique<EwmhFrontmostWatcher>(); };
-        backends.keys = std::make_unique<XTestSystemKeys>();
-        return backends;
-    }
     backends.input = std::make_unique<NoSyntheticInput>();
     backends.inputAvailable = [] { return false; };
     backends.windows = std::make_unique<NoWindows>();
     backends.frontmostWatchers = [] { return std::make_unique<NoFrontmostWatcher>(); };
+    return backends;
+}
+
+// Everything X11 goes to the display `$DISPLAY` names.
+SessionBackends x11Backends(DesktopEntries& entries) {
+    SessionBackends backends;
+    auto input = std::make_unique<XTestSyntheticInput>();
+    XTestSyntheticInput* xtest = input.get();
+    backends.inputAvailable = [xtest] { return xtest->available(); };
+    backends.input = std::move(input);
+    backends.windows = std::make_unique<EwmhWindows>(entries);
+    backends.frontmostWatchers = [] { return std::make_unique<EwmhFrontmostWatcher>(); };
+    backends.keys = std::make_unique<XTestSystemKeys>();
+    backends.description = std::make_unique<LinuxDesktopSession>(
+        "X11 \u2014 EWMH, XTest",
+        [xtest] {
+            const bool display = X11Display::open() != nullptr;
+            const std::string noDisplay = "the X server no longer answers: start Ruvola again "
+                                          "inside the desktop session";
+            const std::string noXtest = "the X server offers no XTest extension: use a server "
+                                        "that has it (Xorg and Xwayland do)";
+            const bool typing = xtest->available();
+            return std::vector<Ability>{
+                {"frontmost application", display, "the active window (EWMH)", noDisplay},
+                {"window control", display, "activate and iconify (EWMH)", noDisplay},
+                {"keystrokes", typing, "XTest", noXtest},
+                {"typed text", typing, "XTest, any character", noXtest},
+            };
+        },
+        true);
+    return backends;
+}
+
+} // namespace
+
+SessionBackends SessionBackends::make(const Session& session, DesktopEntries& entries,
+                                      const std::string& ownAppId) {
+    SessionBackends backends;
+    switch (session.kind) {
+    case Session::Kind::x11:
+        backends = x11Backends(entries);
+        break;
+    case Session::Kind::wayland:
+        (void)ownAppId;
+        backends = noBackends();
+        break;
+    case Session::Kind::none:
+        backends = noBackends();
+        break;
+    }
+    if (!backends.description) {
+        backends.description = std::make_unique<LinuxDesktopSession>("", nullptr, false);
+    }
     return backends;
 }
 

@@ -8,6 +8,7 @@
 namespace ruvola::platform {
 
 class DesktopEntries;
+class DesktopSession;
 class FrontmostWatcher;
 class SessionKeys;
 class SyntheticInput;
@@ -34,9 +35,10 @@ struct Session {
     static Session current();
 };
 
-/// The backends of the seams that differ per session, made for one session: the X11 ones where
-/// there is an X display, and ones that have nothing (no frontmost, empty lists, window operations
-/// false, no session keys or input) otherwise.
+/// The backends of the seams that differ per session, made for one session: the X11 ones in an X11
+/// session; on Wayland the ones of the compositor's family, from the protocols it offers; and ones
+/// that have nothing (no frontmost, empty lists, window operations false, no session keys or
+/// input) where the session offers nothing.
 struct SessionBackends {
     std::unique_ptr<Windows> windows;
     std::function<std::unique_ptr<FrontmostWatcher>()> frontmostWatchers;
@@ -44,8 +46,12 @@ struct SessionBackends {
     std::unique_ptr<SyntheticInput> input;
     /// Whether `input` can send anything right now.
     std::function<bool()> inputAvailable;
+    /// What the session is and what these backends can do there.
+    std::unique_ptr<DesktopSession> description;
 
-    static SessionBackends make(const Session& session, DesktopEntries& entries);
+    /// `ownAppId` names the program's own windows, which are never the frontmost application.
+    static SessionBackends make(const Session& session, DesktopEntries& entries,
+                                const std::string& ownAppId);
 };
 
 /// Whether a graphical session can be reached now, for windows and a tray icon: an X display that
