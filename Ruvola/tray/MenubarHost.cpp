@@ -132,6 +132,18 @@ void MenubarHost::showPanelWindow() {
     PanelContentView* view = statusPanel();
     view->setKeyImages(application_.keyScreens().images());
     panel_.showAsWindow(view);
+    // With no icon to right-click, the window's own right click offers the icon's menu.
+    QWidget* window = panel_.window();
+    if (window->contextMenuPolicy() != Qt::CustomContextMenu) {
+        window->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(window, &QWidget::customContextMenuRequested, this, [this, window] {
+            QMenu* shown = contextMenu().release();
+            // A child of the window, which Wayland needs to place a popup.
+            shown->setParent(window, shown->windowFlags());
+            shown->setAttribute(Qt::WA_DeleteOnClose);
+            shown->popup(QCursor::pos());
+        });
+    }
 }
 
 void MenubarHost::terminate() {
