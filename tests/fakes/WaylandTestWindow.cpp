@@ -76,8 +76,8 @@ int main(int argc, char** argv) {
         window->show();
     }
     QTimer retitle;
+    int count = 0;
     if (const int every = std::stoi(options["--retitle-ms"]); every > 0) {
-        int count = 0;
         retitle.callOnTimeout([&] {
             ++count;
             for (auto& window : windows) {
