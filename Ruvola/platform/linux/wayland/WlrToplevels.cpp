@@ -199,6 +199,8 @@ int WlrToplevels::listen(std::function<void()> listener) {
 }
 
 void WlrToplevels::changed() {
+    // A listener may drop the last owner of this table.
+    const std::shared_ptr<WlrToplevels> keep = shared_from_this();
     std::vector<int> ids;
     for (const auto& entry : listeners_) {
         ids.push_back(entry.first);

@@ -24,7 +24,7 @@ class WaylandConnection;
 /// as of each one's last complete report. Reports arrive on the main thread; the table is read,
 /// and requests on its handles sent, from any thread under `mutex`. When the compositor goes
 /// away the table empties.
-class WlrToplevels {
+class WlrToplevels : public std::enable_shared_from_this<WlrToplevels> {
 public:
     using Handle = zwlr_foreign_toplevel_handle_v1;
 

@@ -1,4 +1,5 @@
 #include "Ruvola/platform/linux/DesktopEntries.hpp"
+#include "Ruvola/platform/linux/wayland/SwayIpc.hpp"
 #include "Ruvola/platform/linux/wayland/WaylandConnection.hpp"
 #include "Ruvola/platform/linux/wayland/WlrToplevels.hpp"
 #include "Ruvola/platform/linux/wayland/WlrWindows.hpp"
@@ -127,6 +128,14 @@ TEST_F(WlrWindowsTest, HideTakesAnAppOutOfSightAndActivateBringsItBack) {
     EXPECT_TRUE(windows->hasVisibleWindow(app("org.example.Background")));
     EXPECT_TRUE(windows->activate(app(odd)));
     EXPECT_TRUE(waitUntil([&] { return windows->hasVisibleWindow(app(odd)) && inFront(odd); }));
+    // Back where it was, tiled, rather than floating as the scratchpad leaves it.
+    const auto views = SwayIpc::fromEnvironment()->views();
+    ASSERT_TRUE(views);
+    EXPECT_EQ(std::ranges::count_if(*views,
+                                    [&](const SwayIpc::View& view) {
+                                        return view.appId == odd && !view.hidden && !view.floating;
+                                    }),
+              1);
 
     EXPECT_FALSE(windows->hide(app("org.example.Absent")));
     EXPECT_FALSE(windows->activate(app("org.example.Absent")));
