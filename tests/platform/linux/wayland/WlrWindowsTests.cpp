@@ -144,6 +144,7 @@ TEST_F(WlrWindowsTest, HideTakesAnAppOutOfSightAndActivateBringsItBack) {
 
 TEST_F(WlrWindowsTest, TitleChangesAreNoFrontmostChange) {
     startNative("org.example.Retitled", 1, {"--retitle-ms", "50"});
+    ASSERT_TRUE(waitUntil([&] { return inFront("org.example.Retitled"); }));
     int reports = 0;
     const auto watcher = windows->makeWatcher();
     ASSERT_TRUE(watcher->start([&] { ++reports; }));
