@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 
 namespace ruvola::platform {
 namespace {
@@ -155,10 +157,20 @@ TEST_F(WlrWindowsTest, TitleChangesAreNoFrontmostChange) {
 
 TEST_F(WlrWindowsTest, ListsAnApplicationWithManyWindowsOnce) {
     startNative("org.example.First");
+    // Asked from another thread all along, while the windows come.
+    std::atomic<bool> asking = true;
+    std::thread asker([&] {
+        while (asking) {
+            windows->frontmost();
+            windows->hasVisibleWindow(windows->running().back());
+        }
+    });
     // A thousand windows, from five processes: one alone overfills its own connection.
     for (int process = 0; process < 5; ++process) {
         startNative("org.example.Many", 200);
     }
+    asking = false;
+    asker.join();
     const auto started = std::chrono::steady_clock::now();
     const auto running = windows->running();
     const auto took = std::chrono::steady_clock::now() - started;
