@@ -1,0 +1,220 @@
+#include "Ruvola/platform/linux/DesktopEntries.hpp"
+#include "Ruvola/platform/linux/wayland/SwayIpc.hpp"
+#include "Ruvola/platform/linux/wayland/WaylandConnection.hpp"
+#include "Ruvola/platform/linux/wayland/WlrToplevels.hpp"
+#include "Ruvola/platform/linux/wayland/WlrWindows.hpp"
+#include "tests/support/Compositor.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace ruvola::platform {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Compositor;
+using testing::waitUntil;
+
+constexpr const char* ownAppId = "ruvola";
+
+/// WlrWindows on a fresh headless sway, with stand-in applications started on demand.
+class WlrWindowsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string missing = Compositor::missing(Compositor::Kind::sway);
+            !missing.empty()) {
+            GTEST_SKIP() << missing;
+        }
+        if (!compositor.start(Compositor::Kind::sway)) {
+            GTEST_SKIP() << "sway can't start here: " << compositor.why();
+        }
+        compositor.enter("sway");
+        connection = WaylandConnection::open();
+        ASSERT_NE(connection, nullptr);
+        windows = WlrWindows::make(connection, entries, ownAppId);
+        ASSERT_NE(windows, nullptr);
+        connection->serve();
+    }
+
+    /// Starts a native Wayland application with `count` windows and waits until all are shown.
+    void startNative(const QString& appId, int count = 1, QStringList extra = {}) {
+        QProcessEnvironment environment;
+        environment.insert("QT_QPA_PLATFORM", "wayland");
+        QProcess& process = compositor.client(
+            RUVOLA_WAYLAND_TEST_WINDOW,
+            QStringList{"--app-id", appId, "--windows", QString::number(count)} + extra,
+            environment);
+        const QByteArray last = "window " + QByteArray::number(count - 1);
+        QByteArray output;
+        ASSERT_TRUE(waitUntil(
+            [&] { return (output += process.readAllStandardOutput()).contains(last); }, 30s))
+            << appId.toStdString() << " did not show its windows";
+        ASSERT_TRUE(waitUntil([&] { return listed(appId.toStdString()); }));
+    }
+
+    /// Starts an XWayland application whose WM_CLASS class is `windowClass`.
+    void startXWayland(const QString& windowClass) {
+        QProcessEnvironment environment;
+        environment.insert("DISPLAY", compositor.xDisplay());
+        compositor.client(RUVOLA_TEST_WINDOW, {"--class", windowClass, "--instance", "x"},
+                          environment);
+        ASSERT_TRUE(waitUntil([&] { return listed(windowClass.toStdString()); }, 20s));
+    }
+
+    bool listed(const std::string& key) {
+        return std::ranges::count(windows->running(), key, &RunningApplication::key) == 1;
+    }
+
+    bool inFront(const std::string& key) {
+        const auto front = windows->frontmost();
+        return front && front->key == key;
+    }
+
+    static RunningApplication app(const std::string& key) {
+        RunningApplication application;
+        application.key = key;
+        return application;
+    }
+
+    Compositor compositor;
+    DesktopEntries entries;
+    std::shared_ptr<WaylandConnection> connection;
+    std::unique_ptr<WlrWindows> windows;
+};
+
+TEST_F(WlrWindowsTest, FrontmostFollowsFocusAcrossNativeAndXWaylandWindowsReportedOnce) {
+    startNative("org.example.Native");
+    startXWayland("XClient");
+    startNative(ownAppId);
+    compositor.swaymsg({"[class=XClient] focus"});
+    ASSERT_TRUE(waitUntil([&] { return inFront("XClient"); }));
+    const auto front = windows->frontmost();
+    EXPECT_EQ(front->name, "XClient");
+    EXPECT_EQ(front->identifier, "XClient"); // no desktop entry for it
+
+    int reports = 0;
+    const auto watcher = windows->makeWatcher();
+    ASSERT_TRUE(watcher->start([&] { ++reports; }));
+    compositor.swaymsg({"[app_id=org.example.Native] focus"});
+    EXPECT_TRUE(waitUntil([&] { return reports == 1 && inFront("org.example.Native"); }));
+    EXPECT_TRUE(windows->activate(app("XClient")));
+    EXPECT_TRUE(waitUntil([&] { return reports == 2 && inFront("XClient"); }));
+    // Ruvola's own window in front leaves the application before it there.
+    compositor.swaymsg({"[app_id=ruvola] focus"});
+    testing::runEventLoop(400ms);
+    EXPECT_TRUE(inFront("XClient"));
+    compositor.swaymsg({"[app_id=org.example.Native] focus"});
+    EXPECT_TRUE(waitUntil([&] { return reports == 3 && inFront("org.example.Native"); }));
+    testing::runEventLoop(400ms);
+    EXPECT_EQ(reports, 3);
+}
+
+TEST_F(WlrWindowsTest, HideTakesAnAppOutOfSightAndActivateBringsItBack) {
+    // An app id that would break a sway command if it were ever written into one.
+    const std::string odd = "odd \"app\"; [x] é";
+    startNative("org.example.Background");
+    startNative(QString::fromStdString(odd));
+    ASSERT_TRUE(waitUntil([&] { return inFront(odd); }));
+    EXPECT_TRUE(windows->hasVisibleWindow(app(odd)));
+
+    EXPECT_TRUE(windows->activate(app("org.example.Background")));
+    EXPECT_TRUE(waitUntil([&] { return inFront("org.example.Background"); }));
+    EXPECT_TRUE(windows->activate(app(odd)));
+    EXPECT_TRUE(waitUntil([&] { return inFront(odd); }));
+
+    EXPECT_TRUE(windows->hide(app(odd)));
+    EXPECT_TRUE(waitUntil([&] { return !windows->hasVisibleWindow(app(odd)) && !inFront(odd); }));
+    EXPECT_TRUE(windows->hasVisibleWindow(app("org.example.Background")));
+    EXPECT_TRUE(windows->activate(app(odd)));
+    EXPECT_TRUE(waitUntil([&] { return windows->hasVisibleWindow(app(odd)) && inFront(odd); }));
+    // Back where it was, tiled, rather than floating as the scratchpad leaves it.
+    const auto views = SwayIpc::fromEnvironment()->views();
+    ASSERT_TRUE(views);
+    EXPECT_EQ(std::ranges::count_if(*views,
+                                    [&](const SwayIpc::View& view) {
+                                        return view.appId == odd && !view.hidden && !view.floating;
+                                    }),
+              1);
+
+    EXPECT_FALSE(windows->hide(app("org.example.Absent")));
+    EXPECT_FALSE(windows->activate(app("org.example.Absent")));
+    EXPECT_FALSE(windows->hasVisibleWindow(app("org.example.Absent")));
+}
+
+TEST_F(WlrWindowsTest, TitleChangesAreNoFrontmostChange) {
+    startNative("org.example.Retitled", 1, {"--retitle-ms", "50"});
+    ASSERT_TRUE(waitUntil([&] { return inFront("org.example.Retitled"); }));
+    int reports = 0;
+    const auto watcher = windows->makeWatcher();
+    ASSERT_TRUE(watcher->start([&] { ++reports; }));
+    testing::runEventLoop(1s);
+    EXPECT_EQ(reports, 0);
+    EXPECT_TRUE(inFront("org.example.Retitled"));
+}
+
+TEST_F(WlrWindowsTest, ListsAnApplicationWithManyWindowsOnce) {
+    startNative("org.example.First");
+    // Asked from another thread all along, while the windows come.
+    std::atomic<bool> asking = true;
+    std::thread asker([&] {
+        while (asking) {
+            windows->frontmost();
+            windows->hasVisibleWindow(windows->running().back());
+        }
+    });
+    // A thousand windows, from five processes: one alone overfills its own connection.
+    for (int process = 0; process < 5; ++process) {
+        startNative("org.example.Many", 200);
+    }
+    asking = false;
+    asker.join();
+    const auto started = std::chrono::steady_clock::now();
+    const auto running = windows->running();
+    const auto took = std::chrono::steady_clock::now() - started;
+    ASSERT_EQ(running.size(), 2u);
+    EXPECT_EQ(running[0].key, "org.example.First");
+    EXPECT_EQ(running[1].key, "org.example.Many");
+    EXPECT_LT(took, 50ms);
+    EXPECT_TRUE(windows->hasVisibleWindow(running[1]));
+
+    // A table made now knows every window on return, with no event loop turning.
+    const auto toplevels = WlrToplevels::follow(connection, ownAppId);
+    int count = 0;
+    toplevels->forEachOf("org.example.Many", [&](auto*, const auto&) { ++count; });
+    EXPECT_EQ(count, 1000);
+}
+
+TEST_F(WlrWindowsTest, AnswersNothingOnceTheCompositorIsGone) {
+    startNative("org.example.Native");
+    const auto watcher = windows->makeWatcher();
+    ASSERT_TRUE(watcher->start([] {}));
+    compositor.stopCompositor();
+    EXPECT_TRUE(waitUntil([&] { return connection->lost(); }));
+    EXPECT_EQ(windows->frontmost(), std::nullopt);
+    EXPECT_TRUE(windows->running().empty());
+    const auto native = app("org.example.Native");
+    EXPECT_FALSE(windows->hide(native));
+    EXPECT_FALSE(windows->activate(native));
+    EXPECT_FALSE(windows->hasVisibleWindow(native));
+    EXPECT_FALSE(windows->makeWatcher()->start([] {}));
+}
+
+TEST(WlrWindows, IsNullOnACompositorWithoutTheWindowList) {
+    Compositor compositor;
+    if (const std::string missing = Compositor::missing(Compositor::Kind::weston);
+        !missing.empty()) {
+        GTEST_SKIP() << missing;
+    }
+    if (!compositor.start(Compositor::Kind::weston)) {
+        GTEST_SKIP() << "weston can't start here: " << compositor.why();
+    }
+    compositor.enter("weston");
+    DesktopEntries entries;
+    EXPECT_EQ(WlrWindows::make(WaylandConnection::open(), entries, ownAppId), nullptr);
+}
+
+} // namespace
+} // namespace ruvola::platform
