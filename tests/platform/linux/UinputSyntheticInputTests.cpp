@@ -23,16 +23,16 @@ TEST(UinputSyntheticInput, PostsChordsAsKernelKeyEventsAndTypesNothing) {
     }
     const auto input = platform::UinputSyntheticInput::make();
     ASSERT_NE(input, nullptr);
-    // The device's evdev node, found by the name sysfs shows; the newest if Ruvola runs too.
+    // The device's evdev node, found by the name sysfs shows.
     std::filesystem::path node;
     ASSERT_TRUE(testing::waitUntil([&] {
         for (const auto& entry : std::filesystem::directory_iterator("/sys/class/input")) {
             std::string name;
             std::getline(std::ifstream(entry.path() / "device/name"), name);
-            if (entry.path().filename().string().starts_with("event") &&
-                name == platform::UinputSyntheticInput::deviceName) {
-                node = "/dev/input" / entry.path().filename();
-            }
+            node = name == platform::UinputSyntheticInput::deviceName &&
+                           entry.path().filename().string().starts_with("event")
+                       ? "/dev/input" / entry.path().filename()
+                       : node;
         }
         return !node.empty();
     }));
