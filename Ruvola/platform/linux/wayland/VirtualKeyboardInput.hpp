@@ -20,7 +20,9 @@ class WaylandConnection;
 /// sway offer one). The keyboard's keymap is made for what is sent: the keys a chord can use, or
 /// the characters of the text being typed, so any character can be typed whatever the user's
 /// layout. Calls take turns, so texts never interleave; each waits until the compositor has
-/// handled what it sent, on a queue of its own so the main loop is never involved.
+/// handled what it sent, on a queue of its own so the main loop is never involved. A call that
+/// needs another keymap first waits until 150 ms after the last key, as X clients on XWayland
+/// read a new keymap only when they next look a key up.
 class VirtualKeyboardInput final : public SyntheticInput {
 public:
     /// Null when the compositor offers no virtual keyboard or no seat. Main thread.
