@@ -1,5 +1,6 @@
-// How long a chord takes to reach a native Wayland window through the compositor's virtual
-// keyboard: from the call to the window printing the key, on a headless sway.
+// How long keys take to reach a native Wayland window through the compositor's virtual keyboard,
+// on a headless sway: a chord from the call to the window printing it, and a text of 1,000
+// characters from the call to the window printing its last key.
 #include "Ruvola/platform/linux/wayland/VirtualKeyboardInput.hpp"
 #include "Ruvola/platform/linux/wayland/WaylandConnection.hpp"
 #include "tests/support/Compositor.hpp"
@@ -14,12 +15,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Whether a line starting with `prefix` arrives on the window's output within `bound` ms.
-bool readLine(QProcess& window, const QByteArray& prefix, int bound = 2000) {
+// Whether `count` lines starting with `prefix` arrive on the window's output within `bound` ms.
+bool readLines(QProcess& window, const QByteArray& prefix, int count = 1, int bound = 2000) {
     const QDeadlineTimer deadline(bound);
     while (!deadline.hasExpired()) {
         while (window.canReadLine()) {
-            if (window.readLine().startsWith(prefix)) {
+            if (window.readLine().startsWith(prefix) && --count == 0) {
                 return true;
             }
         }
@@ -28,40 +29,54 @@ bool readLine(QProcess& window, const QByteArray& prefix, int bound = 2000) {
     return false;
 }
 
-void chordToWaylandWindow(benchmark::State& state) {
+/// A headless sway with a focused test window and a virtual keyboard; `why` says what failed.
+struct Session {
     testing::Compositor compositor;
-    if (const std::string missing = testing::Compositor::missing(testing::Compositor::Kind::sway);
-        !missing.empty() || !compositor.start(testing::Compositor::Kind::sway)) {
-        state.SkipWithError(missing.empty() ? compositor.why().c_str() : missing.c_str());
-        return;
+    QProcess* window = nullptr;
+    std::unique_ptr<platform::VirtualKeyboardInput> input;
+    std::string why;
+
+    Session() {
+        if (why = testing::Compositor::missing(testing::Compositor::Kind::sway); !why.empty()) {
+            return;
+        }
+        if (!compositor.start(testing::Compositor::Kind::sway)) {
+            why = compositor.why();
+            return;
+        }
+        compositor.enter("sway");
+        QProcessEnvironment environment;
+        environment.insert("QT_QPA_PLATFORM", "wayland");
+        window = &compositor.client(RUVOLA_WAYLAND_TEST_WINDOW, {}, environment);
+        const std::shared_ptr<platform::WaylandConnection> connection =
+            platform::WaylandConnection::open();
+        input = connection ? platform::VirtualKeyboardInput::make(connection) : nullptr;
+        if (!input || !readLines(*window, "window", 1, 20000)) {
+            why = "no window or no virtual keyboard on sway";
+            return;
+        }
+        // The window is shown a little before it has the focus.
+        bool focused = false;
+        for (int attempt = 0; attempt < 10 && !focused; ++attempt) {
+            focused = input->post({17, 0}) && readLines(*window, "key", 1, 500);
+        }
+        why = focused ? "" : "the window never got the keyboard";
     }
-    compositor.enter("sway");
-    QProcessEnvironment environment;
-    environment.insert("QT_QPA_PLATFORM", "wayland");
-    QProcess& window = compositor.client(RUVOLA_WAYLAND_TEST_WINDOW, {}, environment);
-    const std::shared_ptr<platform::WaylandConnection> connection =
-        platform::WaylandConnection::open();
-    auto input = connection ? platform::VirtualKeyboardInput::make(connection) : nullptr;
-    if (!input || !readLine(window, "window", 20000)) {
-        state.SkipWithError("no window or no virtual keyboard on sway");
-        return;
-    }
-    // The window is shown a little before it has the focus.
-    bool focused = false;
-    for (int attempt = 0; attempt < 10 && !focused; ++attempt) {
-        focused = input->post({17, 0}) && readLine(window, "key", 500);
-    }
-    if (!focused) {
-        state.SkipWithError("the window never got the keyboard");
+};
+
+void chordToWaylandWindow(benchmark::State& state) {
+    Session session;
+    if (!session.why.empty()) {
+        state.SkipWithError(session.why.c_str());
         return;
     }
     for (auto _ : state) {
         const auto start = Clock::now();
         // On another thread, as post() holds the key 12 ms before it returns.
         auto posted = std::async(std::launch::async, [&] {
-            return input->post({17, modifierFlags::control});
+            return session.input->post({17, modifierFlags::control});
         });
-        const bool arrived = readLine(window, "key Ctrl+T");
+        const bool arrived = readLines(*session.window, "key Ctrl+T");
         state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
         if (!posted.get() || !arrived) {
             state.SkipWithError("a chord did not arrive");
@@ -70,6 +85,25 @@ void chordToWaylandWindow(benchmark::State& state) {
     }
 }
 BENCHMARK(chordToWaylandWindow)->Unit(benchmark::kMicrosecond)->UseManualTime()->Iterations(200);
+
+void textToWaylandWindow(benchmark::State& state) {
+    Session session;
+    if (!session.why.empty()) {
+        state.SkipWithError(session.why.c_str());
+        return;
+    }
+    std::string text;
+    for (int index = 0; index < 1000; ++index) {
+        text += "abcdefghijklmnopqrstuvwxyz0123456789"[(index * 7919) % 36];
+    }
+    for (auto _ : state) {
+        if (!session.input->type(text) || !readLines(*session.window, "key", 1000)) {
+            state.SkipWithError("the text did not arrive");
+            return;
+        }
+    }
+}
+BENCHMARK(textToWaylandWindow)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
 
 } // namespace
 } // namespace ruvola
