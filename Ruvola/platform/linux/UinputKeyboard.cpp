@@ -1,13 +1,14 @@
 #include "Ruvola/platform/linux/UinputKeyboard.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <fcntl.h>
+#include <initializer_list>
 #include <linux/input.h>
 #include <linux/uinput.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace ruvola::platform {
 
@@ -42,26 +43,52 @@ constexpr const char* uinputPath = "/dev/uinput";
 
 } // namespace
 
-std::unique_ptr<UinputKeyboard> UinputKeyboard::make() {
+namespace uinput {
+
+FileDescriptor makeKeyboard(std::string_view name, std::span<const std::uint16_t> keys) {
     FileDescriptor fd(::open(uinputPath, O_WRONLY | O_NONBLOCK | O_CLOEXEC));
     if (fd.get() < 0 || ::ioctl(fd.get(), UI_SET_EVBIT, EV_KEY) < 0 ||
         ::ioctl(fd.get(), UI_SET_EVBIT, EV_SYN) < 0) {
-        return nullptr;
+        return FileDescriptor(-1);
     }
-    for (const SystemKey key : systemKeys::allCases) {
-        if (::ioctl(fd.get(), UI_SET_KEYBIT, int{evdevCode(key)}) < 0) {
-            return nullptr;
-        }
-    }
-    for (const std::uint16_t modifier : fineEvdev) {
-        if (::ioctl(fd.get(), UI_SET_KEYBIT, int{modifier}) < 0) {
-            return nullptr;
+    for (const std::uint16_t key : keys) {
+        if (::ioctl(fd.get(), UI_SET_KEYBIT, int{key}) < 0) {
+            return FileDescriptor(-1);
         }
     }
     uinput_setup setup{};
     setup.id.bustype = BUS_VIRTUAL;
-    std::copy_n(deviceName.begin(), std::min(deviceName.size(), sizeof setup.name - 1), setup.name);
+    std::copy_n(name.begin(), std::min(name.size(), sizeof setup.name - 1), setup.name);
     if (::ioctl(fd.get(), UI_DEV_SETUP, &setup) < 0 || ::ioctl(fd.get(), UI_DEV_CREATE) < 0) {
+        return FileDescriptor(-1);
+    }
+    return fd;
+}
+
+bool report(const FileDescriptor& device, std::span<const KeyEvent> events) {
+    std::vector<input_event> written;
+    for (const KeyEvent& event : events) {
+        written.push_back({});
+        written.back().type = EV_KEY;
+        written.back().code = event.code;
+        written.back().value = event.down ? 1 : 0;
+    }
+    written.push_back({});
+    written.back().type = EV_SYN;
+    written.back().code = SYN_REPORT;
+    const auto size = static_cast<ssize_t>(written.size() * sizeof(input_event));
+    return ::write(device.get(), written.data(), static_cast<std::size_t>(size)) == size;
+}
+
+} // namespace uinput
+
+std::unique_ptr<UinputKeyboard> UinputKeyboard::make() {
+    std::vector<std::uint16_t> keys(std::begin(fineEvdev), std::end(fineEvdev));
+    for (const SystemKey key : systemKeys::allCases) {
+        keys.push_back(evdevCode(key));
+    }
+    FileDescriptor fd = uinput::makeKeyboard(deviceName, keys);
+    if (fd.get() < 0) {
         return nullptr;
     }
     return std::unique_ptr<UinputKeyboard>(new UinputKeyboard(std::move(fd)));
@@ -73,34 +100,18 @@ UinputKeyboard::~UinputKeyboard() {
 
 void UinputKeyboard::press(SystemKey key, bool fine) const {
     const std::uint16_t code = evdevCode(key);
-    std::array<input_event, 10> events{};
-    std::size_t count = 0;
-    const auto add = [&](std::uint16_t type, std::uint16_t eventCode, std::int32_t value) {
-        events[count].type = type;
-        events[count].code = eventCode;
-        events[count].value = value;
-        ++count;
-    };
-    const auto report = [&] { add(EV_SYN, SYN_REPORT, 0); };
-    if (fine) {
-        for (const std::uint16_t modifier : fineEvdev) {
-            add(EV_KEY, modifier, 1);
-        }
-        report();
-    }
-    add(EV_KEY, code, 1);
-    report();
-    add(EV_KEY, code, 0);
-    report();
-    if (fine) {
-        for (auto modifier = std::rbegin(fineEvdev); modifier != std::rend(fineEvdev); ++modifier) {
-            add(EV_KEY, *modifier, 0);
-        }
-        report();
-    }
     // A failed write loses this press alone; there is no one to tell.
-    [[maybe_unused]] const ssize_t written =
-        ::write(fd_.get(), events.data(), count * sizeof(input_event));
+    const auto send = [this](std::initializer_list<uinput::KeyEvent> events) {
+        uinput::report(fd_, std::span(events.begin(), events.size()));
+    };
+    if (fine) {
+        send({{fineEvdev[0], true}, {fineEvdev[1], true}});
+    }
+    send({{code, true}});
+    send({{code, false}});
+    if (fine) {
+        send({{fineEvdev[1], false}, {fineEvdev[0], false}});
+    }
 }
 
 } // namespace ruvola::platform

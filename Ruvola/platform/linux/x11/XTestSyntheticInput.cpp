@@ -1,5 +1,6 @@
 #include "Ruvola/platform/linux/x11/XTestSyntheticInput.hpp"
 
+#include "Ruvola/platform/linux/KeySymbols.hpp"
 #include "Ruvola/platform/linux/x11/X11Display.hpp"
 
 #include <QList>
@@ -34,59 +35,6 @@ constexpr std::size_t chunkUnits = 16; // UTF-16 units typed between pauses
 constexpr auto chunkPause = 1200us;
 // Clients fetch a changed keymap lazily; undoing it sooner makes them read the wrong character.
 constexpr auto mappingSettle = 150ms;
-
-// Pressed in this order and released in reverse.
-constexpr std::pair<std::uint32_t, KeySym> modifierKeys[] = {
-    {modifierFlags::control, XK_Control_L},
-    {modifierFlags::option, XK_Alt_L},
-    {modifierFlags::shift, XK_Shift_L},
-    {modifierFlags::command, XK_Super_L},
-};
-
-// The X keysym for each macOS virtual key code that a key name can reach.
-KeySym keysymForKeyCode(std::uint16_t keyCode) {
-    // clang-format off
-    static const std::unordered_map<std::uint16_t, KeySym> table{
-        {0, XK_a}, {1, XK_s}, {2, XK_d}, {3, XK_f}, {4, XK_h}, {5, XK_g}, {6, XK_z}, {7, XK_x},
-        {8, XK_c}, {9, XK_v}, {11, XK_b}, {12, XK_q}, {13, XK_w}, {14, XK_e}, {15, XK_r},
-        {16, XK_y}, {17, XK_t}, {31, XK_o}, {32, XK_u}, {34, XK_i}, {35, XK_p}, {37, XK_l},
-        {38, XK_j}, {40, XK_k}, {45, XK_n}, {46, XK_m},
-        {18, XK_1}, {19, XK_2}, {20, XK_3}, {21, XK_4}, {22, XK_6}, {23, XK_5}, {25, XK_9},
-        {26, XK_7}, {28, XK_8}, {29, XK_0},
-        {24, XK_equal}, {27, XK_minus}, {30, XK_bracketright}, {33, XK_bracketleft},
-        {39, XK_apostrophe}, {41, XK_semicolon}, {42, XK_backslash}, {43, XK_comma},
-        {44, XK_slash}, {47, XK_period}, {50, XK_grave},
-        {36, XK_Return}, {48, XK_Tab}, {49, XK_space}, {51, XK_BackSpace}, {53, XK_Escape},
-        {117, XK_Delete}, {114, XK_Help},
-        {115, XK_Home}, {119, XK_End}, {116, XK_Prior}, {121, XK_Next}, {123, XK_Left},
-        {124, XK_Right}, {125, XK_Down}, {126, XK_Up},
-        {122, XK_F1}, {120, XK_F2}, {99, XK_F3}, {118, XK_F4}, {96, XK_F5}, {97, XK_F6},
-        {98, XK_F7}, {100, XK_F8}, {101, XK_F9}, {109, XK_F10}, {103, XK_F11}, {111, XK_F12},
-        {105, XK_F13}, {107, XK_F14}, {113, XK_F15}, {106, XK_F16}, {64, XK_F17}, {79, XK_F18},
-        {80, XK_F19}, {90, XK_F20},
-        {82, XK_KP_0}, {83, XK_KP_1}, {84, XK_KP_2}, {85, XK_KP_3}, {86, XK_KP_4},
-        {87, XK_KP_5}, {88, XK_KP_6}, {89, XK_KP_7}, {91, XK_KP_8}, {92, XK_KP_9},
-        {65, XK_KP_Decimal}, {67, XK_KP_Multiply}, {69, XK_KP_Add}, {71, XK_Clear},
-        {75, XK_KP_Divide}, {76, XK_KP_Enter}, {78, XK_KP_Subtract}, {81, XK_KP_Equal},
-    };
-    // clang-format on
-    const auto found = table.find(keyCode);
-    return found == table.end() ? NoSymbol : found->second;
-}
-
-// The keysym that types a character; X defines one for every code point.
-KeySym keysymForCharacter(char32_t character) {
-    if (character == U'\n') {
-        return XK_Return;
-    }
-    if (character == U'\t') {
-        return XK_Tab;
-    }
-    if (character < 0x20 || (character >= 0x7F && character < 0xA0)) {
-        return NoSymbol; // other control characters have no key
-    }
-    return character < 0x100 ? character : 0x01000000 | character;
-}
 
 // A server that goes away in the middle of typing (the session ending) ends only the typing.
 std::unique_ptr<X11Connection> openDisplay() {
@@ -215,7 +163,7 @@ private:
 } // namespace
 
 bool XTestSyntheticInput::post(const Chord& chord) {
-    const KeySym keysym = keysymForKeyCode(chord.keyCode);
+    const KeySym keysym = keySymbols::forKeyCode(chord.keyCode);
     const auto display = keysym == NoSymbol ? nullptr : openDisplay();
     if (!display) {
         return false;
@@ -223,9 +171,9 @@ bool XTestSyntheticInput::post(const Chord& chord) {
     const std::scoped_lock turn(keyboardTurn());
     Keyboard keyboard(*display);
     std::vector<KeyCode> modifiers;
-    for (const auto& [flag, modifierKeysym] : modifierKeys) {
-        if ((chord.modifiers & flag) != 0) {
-            const auto key = keyboard.find(modifierKeysym, false);
+    for (const auto& modifier : keySymbols::modifiers()) {
+        if ((chord.modifiers & modifier.flag) != 0) {
+            const auto key = keyboard.find(modifier.keysym, false);
             if (!key) {
                 return false;
             }
@@ -265,7 +213,7 @@ bool XTestSyntheticInput::type(const std::string& utf8) {
     const auto shift = keyboard.find(XK_Shift_L, false);
     std::size_t units = 0;
     for (const char32_t character : text.toUcs4()) {
-        const KeySym keysym = keysymForCharacter(character);
+        const KeySym keysym = keySymbols::forCharacter(character);
         if (keysym == NoSymbol) {
             continue;
         }
