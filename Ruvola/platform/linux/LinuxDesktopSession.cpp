@@ -81,6 +81,8 @@ void LinuxDesktopSession::onLost(std::function<void(const std::string& sentence)
     connection_->onLost([listener = std::move(listener)] {
         listener("The Wayland compositor went away; windows, keystrokes and typed text are off");
     });
+    // A connection nobody reads from would never notice.
+    connection_->serve();
 }
 
 } // namespace ruvola::platform

@@ -4,7 +4,10 @@
 #include "Ruvola/platform/Windows.hpp"
 #include "Ruvola/platform/linux/LinuxDesktopSession.hpp"
 #include "Ruvola/platform/linux/LinuxSystemKeys.hpp"
+#include "Ruvola/platform/linux/UinputSyntheticInput.hpp"
+#include "Ruvola/platform/linux/wayland/VirtualKeyboardInput.hpp"
 #include "Ruvola/platform/linux/wayland/WaylandConnection.hpp"
+#include "Ruvola/platform/linux/wayland/WlrWindows.hpp"
 #include "Ruvola/platform/linux/x11/EwmhFrontmostWatcher.hpp"
 #include "Ruvola/platform/linux/x11/EwmhWindows.hpp"
 #include "Ruvola/platform/linux/x11/X11Display.hpp"
@@ -131,6 +134,93 @@ SessionBackends x11Backends(DesktopEntries& entries) {
     return backends;
 }
 
+// The desktop's name as the session gives it: the first of `XDG_CURRENT_DESKTOP`'s names.
+std::string desktopName(const Session& session) {
+    std::string name = session.desktop.substr(0, session.desktop.find(':'));
+    if (name.empty() && std::getenv("SWAYSOCK") != nullptr) {
+        name = "sway";
+    }
+    return name.empty() ? "an unknown compositor" : name;
+}
+
+// The chords of compositors without a virtual keyboard go through the kernel, once
+// `/dev/uinput` is ours, which it may become while the program runs.
+class UinputChords final : public SyntheticInput {
+public:
+    bool post(const Chord& chord) override {
+        const std::lock_guard lock(mutex_);
+        if (!keyboard_) {
+            keyboard_ = UinputSyntheticInput::make();
+        }
+        return keyboard_ && keyboard_->post(chord);
+    }
+    bool type(const std::string&) override { return false; }
+
+private:
+    std::mutex mutex_;
+    std::unique_ptr<UinputSyntheticInput> keyboard_;
+};
+
+SessionBackends waylandBackends(const Session& session, DesktopEntries& entries,
+                                const std::string& ownAppId) {
+    const std::shared_ptr<WaylandConnection> connection = WaylandConnection::open();
+    if (!connection) {
+        return noBackends();
+    }
+    SessionBackends backends = noBackends();
+    const std::string name = desktopName(session);
+    std::vector<std::string> offered;
+    std::shared_ptr<WlrWindows> windows = WlrWindows::make(connection, entries, ownAppId);
+    if (windows) {
+        offered.emplace_back("window list");
+        backends.frontmostWatchers = [windows] { return windows->makeWatcher(); };
+        backends.windows = std::make_unique<SharedWindows>(windows);
+    }
+    std::unique_ptr<VirtualKeyboardInput> keyboard = VirtualKeyboardInput::make(connection);
+    const bool virtualKeyboard = keyboard != nullptr;
+    if (keyboard) {
+        offered.emplace_back("virtual keyboard");
+        backends.inputAvailable = [connection] { return !connection->lost(); };
+        backends.input = std::move(keyboard);
+    } else {
+        backends.input = std::make_unique<UinputChords>();
+    }
+    const bool sway = std::getenv("SWAYSOCK") != nullptr;
+    std::string description = name + " on Wayland \u2014 ";
+    for (std::size_t index = 0; index < offered.size(); ++index) {
+        description += (index > 0 ? ", " : "") + offered[index];
+    }
+    if (offered.empty()) {
+        description += "no window list or virtual keyboard";
+    }
+    const bool windowList = windows != nullptr;
+    backends.description = std::make_unique<LinuxDesktopSession>(
+        description,
+        [name, windowList, virtualKeyboard, sway] {
+            const std::string noList = name + " offers Ruvola no window list: only bindings "
+                                              "without \"when\" apply (sway, Hyprland and other "
+                                              "wlroots compositors offer one)";
+            const std::string uinputRule = "install Ruvola's udev rule for /dev/uinput "
+                                           "(70-ruvola-uinput.rules, put in place by cmake "
+                                           "--install) and restart the computer";
+            const bool uinput = ::access("/dev/uinput", W_OK) == 0;
+            return std::vector<Ability>{
+                {"frontmost application", windowList, "window list", noList},
+                {"window control", windowList,
+                 sway ? "window list, hiding through sway" : "window list",
+                 name + " lets Ruvola start applications but not bring them forward or hide "
+                        "them"},
+                {"keystrokes", virtualKeyboard || uinput,
+                 virtualKeyboard ? "virtual keyboard" : "the uinput keyboard",
+                 name + " offers no virtual keyboard: " + uinputRule},
+                {"typed text", virtualKeyboard, "virtual keyboard, any character",
+                 name + " offers no virtual keyboard, so text can't be typed there"},
+            };
+        },
+        false, connection);
+    return backends;
+}
+
 } // namespace
 
 SessionBackends SessionBackends::make(const Session& session, DesktopEntries& entries,
@@ -141,8 +231,7 @@ SessionBackends SessionBackends::make(const Session& session, DesktopEntries& en
         backends = x11Backends(entries);
         break;
     case Session::Kind::wayland:
-        (void)ownAppId;
-        backends = noBackends();
+        backends = waylandBackends(session, entries, ownAppId);
         break;
     case Session::Kind::none:
         backends = noBackends();
