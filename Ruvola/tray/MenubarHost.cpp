@@ -2,6 +2,7 @@
 
 #include "Ruvola/bindings/BindingsStore.hpp"
 #include "Ruvola/host/Logging.hpp"
+#include "Ruvola/platform/DesktopSession.hpp"
 #include "Ruvola/platform/InputAccess.hpp"
 #include "Ruvola/platform/Installation.hpp"
 #include "Ruvola/platform/LaunchAtLogin.hpp"
@@ -76,8 +77,37 @@ void MenubarHost::launch() {
     if (!settings_.value(iconVisibleKey, true).toBool() && !loginLaunch_) {
         settings_.setValue(iconVisibleKey, true);
     }
-    showStatus();
-    connect(&tray_, &QSystemTrayIcon::activated, this,
+    // Made once a tray is there: the toolkit settles how it talks to a tray when an icon is
+    // made, and never again, so an icon made before any tray would never show.
+    trayWatch_.setInterval(trayCheckInterval);
+    trayWatch_.callOnTimeout(this, [this] {
+        if (dockIcon()) {
+            trayWatch_.stop();
+        }
+    });
+    if (!dockIcon()) {
+        trayWatch_.start();
+    }
+
+    application_.start(logger_);
+    started_ = true;
+    refreshStatusItem();
+    // Without a tray the panel is the only way in: it opens as a window.
+    if (!tray_) {
+        logger_.info("No tray on this desktop; the panel opens as a window");
+        showPanelWindow();
+    }
+}
+
+bool MenubarHost::dockIcon() {
+    if (tray_) {
+        return true;
+    }
+    if (!platform_.session().hasTray()) {
+        return false;
+    }
+    tray_ = std::make_unique<QSystemTrayIcon>();
+    connect(tray_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Context) {
                     // Built anew each time, so it shows the current state.
@@ -89,38 +119,17 @@ void MenubarHost::launch() {
                     togglePanel();
                 }
             });
-    tray_.setVisible(settings_.value(iconVisibleKey, true).toBool());
-    // An icon shown before any tray exists is never docked: show it again once one comes.
-    trayWatch_.setInterval(trayCheckInterval);
-    trayWatch_.callOnTimeout(this, [this] {
-        if (QSystemTrayIcon::isSystemTrayAvailable()) {
-            trayWatch_.stop();
-            if (tray_.isVisible()) {
-                tray_.hide();
-                tray_.show();
-            }
-        }
-    });
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        trayWatch_.start();
-    }
-
-    application_.start(logger_);
-    started_ = true;
-    refreshStatusItem();
-    // Without a tray the panel is the only way in: it opens as a window.
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        logger_.info("No tray on this desktop; the panel opens as a window");
-        showPanelWindow();
-    }
+    showStatus();
+    tray_->setVisible(settings_.value(iconVisibleKey, true).toBool());
+    return true;
 }
 
 void MenubarHost::reopen() {
-    if (!tray_.isVisible()) {
+    if (!settings_.value(iconVisibleKey, true).toBool()) {
         setIconVisible(true);
         logger_.info("Status item restored on reopen");
     }
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+    if (!tray_) {
         showPanelWindow();
     }
 }
@@ -156,8 +165,11 @@ void MenubarHost::terminate() {
 }
 
 void MenubarHost::showStatus() {
-    tray_.setIcon(PanelContent::statusIcon(application_.padStatus()));
-    tray_.setToolTip(QString::fromStdString(
+    if (!tray_) {
+        return;
+    }
+    tray_->setIcon(PanelContent::statusIcon(application_.padStatus()));
+    tray_->setToolTip(QString::fromStdString(
         PanelContent::statusDescription(identity_.name, application_.padStatus())));
 }
 
@@ -232,7 +244,7 @@ void MenubarHost::togglePanel() {
     }
     PanelContentView* view = statusPanel();
     view->setKeyImages(application_.keyScreens().images());
-    panel_.toggle(view, tray_.geometry());
+    panel_.toggle(view, tray_ ? tray_->geometry() : QRect());
 }
 
 std::unique_ptr<QMenu> MenubarHost::contextMenu() {
@@ -263,7 +275,9 @@ void MenubarHost::hideIcon() {
 
 void MenubarHost::setIconVisible(bool visible) {
     settings_.setValue(iconVisibleKey, visible);
-    tray_.setVisible(visible);
+    if (tray_) {
+        tray_->setVisible(visible);
+    }
 }
 
 void MenubarHost::showAbout() {

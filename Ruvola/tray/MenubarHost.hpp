@@ -59,7 +59,8 @@ public:
     void togglePanel();
     void showPanelWindow();
 
-    QSystemTrayIcon& trayIcon() { return tray_; }
+    /// Null until a tray is there to show it.
+    QSystemTrayIcon* trayIcon() const { return tray_.get(); }
     StatusPanelController& panel() { return panel_; }
     PanelContentView* panelView() const { return view_; }
 
@@ -67,6 +68,8 @@ private:
     PanelContentView* statusPanel();
     void showAccessHelp();
     void setIconVisible(bool visible);
+    /// Makes the icon if a tray is there now; whether there is one.
+    bool dockIcon();
 
     RuvolaApplication& application_;
     Logging& logger_;
@@ -74,7 +77,7 @@ private:
     platform::Platform& platform_;
     QSettings& settings_;
     const bool loginLaunch_;
-    QSystemTrayIcon tray_;
+    std::unique_ptr<QSystemTrayIcon> tray_;
     StatusPanelController panel_;
     QPointer<PanelContentView> view_;
     std::unique_ptr<QDialog> about_;
