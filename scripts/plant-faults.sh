@@ -86,6 +86,22 @@ fault uinput-next-key-code "the virtual keyboard sends KEY_NEXT for the next-tra
 fault hidraw-no-report-id "output reports are written without the leading report ID byte" \
     'std::ranges::copy(report, buffer.begin() + 1);' 'std::ranges::copy(report, buffer.begin());'
 
+# Wayland: the window list, the virtual keyboard, the session's choice, the panel without a tray.
+fault wl-own-window-frontmost "Ruvola's own window counts as the frontmost application" \
+    'if (front->appId != ownAppId_) {' 'if (true) {'
+fault wl-first-activated-wins "of two windows reported activated, the one activated first is in front" \
+    'toplevel.activatedAt > front->activatedAt' 'toplevel.activatedAt < front->activatedAt'
+fault wl-control-mask "the keymap gives Control the modifier bit of Mod1" \
+    '{modifierFlags::control, "Control", 1u << 2},' '{modifierFlags::control, "Control", 1u << 3},'
+fault wl-sway-hide-focuses "hiding on sway focuses the windows instead of moving them to the scratchpad" \
+    'return criteria(view) + "move scratchpad";' 'return criteria(view) + "focus";'
+fault wl-loss-unnoticed "the session's connection is not read, so a compositor going away goes unsaid" \
+    '    connection_->serve();' ''
+fault wl-no-virtual-keyboard "the session keeps chords on uinput even where a virtual keyboard exists" \
+    'backends.input = std::move(keyboard);' 'backends.input = std::make_unique<UinputChords>();'
+fault panel-window-resizable "the panel window has no fixed size, so tiling compositors tile it" \
+    'window_->setFixedSize(target.size());' 'window_->resize(target.size());'
+
 die() {
     echo "plant-faults: $*" >&2
     exit 2
