@@ -38,22 +38,18 @@ class WaylandEndToEnd : public ::testing::Test, protected testing::DriverRig {
 protected:
     // Points the program at sway, or at a weston of its own.
     bool enter(Compositor::Kind kind) {
-        if (kind == Compositor::Kind::sway && sway == nullptr) {
+        if (kind == Compositor::Kind::weston) {
+            why_ = weston_.open(kind);
+            compositor = &weston_;
+        } else if (sway != nullptr) {
+            compositor = sway;
+            sway->enter("sway");
+        } else {
             why_ = *unavailable;
+        }
+        if (!why_.empty()) {
             return false;
         }
-        if (kind == Compositor::Kind::weston) {
-            if (const std::string missing = Compositor::missing(kind); !missing.empty()) {
-                why_ = missing;
-                return false;
-            }
-            if (!weston_.start(kind)) {
-                why_ = "weston can't start here: " + weston_.why();
-                return false;
-            }
-        }
-        compositor = kind == Compositor::Kind::sway ? sway : &weston_;
-        compositor->enter(kind == Compositor::Kind::sway ? "sway" : "weston");
         for (const char* name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
             setenv(name, home.path().toLocal8Bit().constData(), 1);
         }
@@ -87,10 +83,9 @@ protected:
     }
 
     // Starts a test window and waits until the pad hears it came to the front.
-    QProcess& window(const QString& program, const QStringList& arguments,
-                     const QProcessEnvironment& environment = {}) {
+    QProcess* window(const QString& program, const QStringList& arguments, bool x = false) {
         pad.received.clear();
-        QProcess& started = compositor->client(program, arguments, environment);
+        QProcess* started = compositor->window(program, arguments, x);
         waitUntil([&] { return std::ranges::count(pad.received, "STP") > 0; }, patience);
         return started;
     }
@@ -138,22 +133,20 @@ TEST_F(WaylandEndToEnd, OnSwayEveryBindingAndActionWorksAsOnX11) {
     host_->panel().hide();
 
     QByteArray writerSaw;
-    QProcess& writer = window(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"},
-                              QProcessEnvironment{});
+    QProcess* writer = window(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"});
+    ASSERT_NE(writer, nullptr);
     EXPECT_EQ(redrawn(), (Strings{"BAT 1", "STP"}));
-    ASSERT_TRUE(received(writer, writerSaw, "window 0"));
     pad.report(0x01, 1);
-    EXPECT_TRUE(received(writer, writerSaw, "key L l\nkey L l\nkey O o\nkey Space  \nkey 🎵 🎵"));
+    EXPECT_TRUE(received(*writer, writerSaw, "key L l\nkey L l\nkey O o\nkey Space  \nkey 🎵 🎵"));
     EXPECT_TRUE(writerSaw.contains("key H h\nkey É é\n")) << writerSaw.toStdString();
 
     // An XWayland application comes to the front and gets its chord.
-    QProcessEnvironment x11;
-    x11.insert("DISPLAY", compositor->xDisplay());
     QByteArray notesSaw;
-    QProcess& notes = window(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"}, x11);
+    QProcess* notes = window(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"}, true);
+    ASSERT_NE(notes, nullptr);
     EXPECT_EQ(redrawn(), (Strings{"BAT 1", "BAT 2", "STP"}));
     pad.report(0x02, 1);
-    EXPECT_TRUE(received(notes, notesSaw, "key t 5")); // Shift and Control held
+    EXPECT_TRUE(received(*notes, notesSaw, "key t 5")); // Shift and Control held
 
     // open brings the background Writer forward, hides it when in front, and brings it back.
     const auto front = [&](const std::string& name) {
@@ -206,8 +199,9 @@ TEST_F(WaylandEndToEnd, OnWestonOnlyPlainBindingsMatchAndDoctorSaysWhatIsMissing
   {"control": "key 1", "name": "Plain", "shell": "touch \"$HOME/pressed\""},
   {"control": "key 1", "when": ["org.example.Writer"], "name": "Write", "text": "x"}]})");
     ASSERT_TRUE(start());
-    compositor->client(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"});
-    testing::runEventLoop(500ms);
+    ASSERT_NE(compositor->window(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"}),
+              nullptr);
+    testing::runEventLoop(200ms);
     EXPECT_TRUE(application.frontmostIdentifiers().empty());
     const Strings lines = doctor();
     ASSERT_EQ(lines.size(), 6U);

@@ -54,6 +54,20 @@ public:
                              {"weston", kind == Kind::weston}});
     }
 
+    /// Starts the compositor and points this process at it, as `enter` does; why it can't, or
+    /// empty when it runs.
+    std::string open(Kind kind) {
+        const char* name = kind == Kind::sway ? "sway" : "weston";
+        if (std::string why = missing(kind); !why.empty()) {
+            return why;
+        }
+        if (!start(kind)) {
+            return std::string(name) + " can't start here: " + why_;
+        }
+        enter(name);
+        return {};
+    }
+
     /// Starts the bus and the compositor (sway with XWayland); false, with `why()` saying so, when
     /// either did not come up.
     bool start(Kind kind) {
@@ -73,25 +87,22 @@ public:
                               "/bus</listen><auth>EXTERNAL</auth><policy context=\"default\">"
                               "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow "
                               "eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
-        QProcess& bus = spawn("dbus-daemon", {"--config-file=" + run_ + "/bus.conf", "--nofork"});
+        spawn("dbus-daemon", {"--config-file=" + run_ + "/bus.conf", "--nofork"});
         if (!pollUntil([&] { return QFile::exists(run_ + "/bus"); }, 10s)) {
             return fail("the session bus did not start");
         }
-        (void)bus;
         if (kind == Kind::sway) {
             write("sway.conf", "output HEADLESS-1 resolution 1280x800\nxwayland enable\n"
                                "exec echo $DISPLAY > " +
                                    run_ + "/x-display\n");
-            compositor_ = &spawn("sway", {"-c", run_ + "/sway.conf"},
-                                 {{"WLR_BACKENDS", "headless"},
-                                  {"WLR_LIBINPUT_NO_DEVICES", "1"},
-                                  {"WLR_RENDERER", "pixman"}});
-            socket_ = run_ + "/wayland-1";
+            compositor_ = &spawn(
+                "sway", {"-c", run_ + "/sway.conf"},
+                {"WLR_BACKENDS=headless", "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman"});
         } else {
             compositor_ = &spawn("weston", {"--backend=headless-backend.so", "--socket=wayland-1",
                                             "--log=" + run_ + "/weston.log"});
-            socket_ = run_ + "/wayland-1";
         }
+        socket_ = run_ + "/wayland-1";
         const bool up = pollUntil(
             [&] {
                 return compositor_->state() == QProcess::NotRunning ||
@@ -116,11 +127,32 @@ public:
     /// client environment. The process lives until `stop()`.
     QProcess& client(const QString& program, const QStringList& arguments,
                      const QProcessEnvironment& extra = {}) {
-        QList<std::pair<QString, QString>> variables;
-        for (const QString& name : extra.keys()) {
-            variables.append({name, extra.value(name)});
+        return spawn(program, arguments, extra.toStringList());
+    }
+
+    /// Starts a test window `program`, natively or (`x`) on XWayland, and waits until it has shown
+    /// `windows` windows, each announced by a "window N" line; null when they did not show.
+    QProcess* window(const QString& program, const QStringList& arguments, bool x = false,
+                     int windows = 1) {
+        using namespace std::chrono_literals;
+        QProcessEnvironment environment;
+        if (x) {
+            waitUntil([&] { return !xDisplay().isEmpty(); });
+            environment.insert("DISPLAY", xDisplay());
+        } else {
+            environment.insert("QT_QPA_PLATFORM", "wayland");
         }
-        return spawn(program, arguments, variables);
+        QProcess& process = client(program, arguments, environment);
+        int shown = 0;
+        const bool up = waitUntil(
+            [&] {
+                while (process.canReadLine()) {
+                    shown += process.readLine().startsWith("window ") ? 1 : 0;
+                }
+                return shown >= windows;
+            },
+            30s);
+        return up ? &process : nullptr;
     }
 
     /// The environment a client of this compositor needs: its socket by full path, its bus, its
@@ -176,8 +208,6 @@ public:
         return process.readAllStandardOutput();
     }
 
-    const QString& runtimeFolder() const { return run_; }
-
     /// The user compositors run as when the tests run as root, made on first use; 0 when it
     /// can't be.
     static unsigned unprivilegedUser() {
@@ -217,7 +247,7 @@ private:
     }
 
     QProcess& spawn(const QString& program, const QStringList& arguments,
-                    const QList<std::pair<QString, QString>>& extra = {}) {
+                    const QStringList& extra = {}) {
         // A clean environment: root's HOME and buses must not leak into the user's processes.
         QStringList command{"HOME=" + run_,
                             "USER=" + QString(user),
@@ -228,10 +258,7 @@ private:
         if (!socket_.isEmpty()) {
             command << "WAYLAND_DISPLAY=" + socket_;
         }
-        for (const auto& [name, value] : extra) {
-            command << name + "=" + value;
-        }
-        command << program << arguments;
+        command << extra << program << arguments;
         auto process = std::make_unique<QProcess>();
         process->setProcessChannelMode(QProcess::SeparateChannels);
         if (::geteuid() == 0) {
