@@ -1,11 +1,9 @@
+#include "Ruvola/platform/linux/wayland/SwayIpc.hpp"
 #include "Ruvola/platform/linux/wayland/TextKeymap.hpp"
 #include "Ruvola/platform/linux/wayland/VirtualKeyboardInput.hpp"
 #include "Ruvola/platform/linux/wayland/WaylandConnection.hpp"
 #include "tests/support/Compositor.hpp"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -125,27 +123,11 @@ protected:
     bool open(bool native, TestWindow& window) {
         window.process = compositor_.window(
             native ? RUVOLA_WAYLAND_TEST_WINDOW : RUVOLA_TEST_WINDOW, {}, !native);
+        const auto focused = QString("[pid=%1 con_id=__focused__] nop")
+                                 .arg(window.process ? window.process->processId() : 0)
+                                 .toStdString();
         return window.process != nullptr &&
-               testing::waitUntil([&] { return focused(tree(), window.process->processId()); });
-    }
-
-    QJsonObject tree() const {
-        return QJsonDocument::fromJson(compositor_.swaymsg({"-t", "get_tree"})).object();
-    }
-
-    /// Whether the focused window in sway's `node` is one of process `pid`.
-    static bool focused(const QJsonObject& node, qint64 pid) {
-        if (node["focused"].toBool()) {
-            return node["pid"].toInteger() == pid;
-        }
-        for (const char* children : {"nodes", "floating_nodes"}) {
-            for (const QJsonValue child : node[children].toArray()) {
-                if (focused(child.toObject(), pid)) {
-                    return true;
-                }
-            }
-        }
-        return false;
+               testing::waitUntil([&] { return SwayIpc::fromEnvironment()->run(focused); });
     }
 
     static constexpr Chord controlShiftT{17, modifierFlags::control | modifierFlags::shift};
