@@ -3,8 +3,7 @@
 // sink, and the virtual pad.
 #include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/platform/DesktopSession.hpp"
-#include "Ruvola/tray/MenubarHost.hpp"
-#include "fakes/DriverRig.hpp"
+#include "e2e/HostTest.hpp"
 #include "support/Servers.hpp"
 
 #include <QApplication>
@@ -30,32 +29,15 @@ constexpr auto patience = 60s;
 std::string* unavailable = nullptr;
 
 // The rig with the desktop's own windows, input access, system keys, media players and brightness.
-class EndToEnd : public ::testing::Test, protected testing::DriverRig {
+class EndToEnd : public testing::HostTest {
 protected:
     void SetUp() override {
         if (unavailable != nullptr) {
             GTEST_SKIP() << *unavailable;
         }
-        for (const char* name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
-            setenv(name, home.path().toLocal8Bit().constData(), 1);
-        }
-        platform.windowsOverride = nullptr;
-        platform.inputAccessOverride = nullptr;
         platform.systemKeysOverride = nullptr;
         platform.mediaPlayersOverride = nullptr;
         platform.brightnessOverride = nullptr;
-    }
-
-    void TearDown() override {
-        if (host_) {
-            host_->terminate();
-        }
-    }
-
-    void launch() {
-        host_ = std::make_unique<MenubarHost>(application, logger, AppIdentity{}, platform,
-                                              settings, false);
-        host_->launch();
     }
 
     // The reports a change brings, images without their byte counts.
@@ -76,8 +58,6 @@ protected:
             },
             patience);
     }
-
-    std::unique_ptr<MenubarHost> host_;
 };
 
 TEST_F(EndToEnd, TheIconDocksAndFrontmostApplicationsAndWakeReachThePadAndTheDesktop) {

@@ -4,9 +4,8 @@
 // to run as root, so under root the scenario runs itself again as an unprivileged user.
 #include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/platform/DesktopSession.hpp"
-#include "Ruvola/tray/MenubarHost.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
-#include "fakes/DriverRig.hpp"
+#include "e2e/HostTest.hpp"
 #include "support/Compositor.hpp"
 
 #include <QApplication>
@@ -34,7 +33,7 @@ constexpr auto patience = 30s;
 Compositor* sway = nullptr;
 std::string* unavailable = nullptr;
 
-class WaylandEndToEnd : public ::testing::Test, protected testing::DriverRig {
+class WaylandEndToEnd : public testing::HostTest {
 protected:
     // Points the program at sway, or at a weston of its own.
     bool enter(Compositor::Kind kind) {
@@ -47,27 +46,7 @@ protected:
         } else {
             why_ = *unavailable;
         }
-        if (!why_.empty()) {
-            return false;
-        }
-        for (const char* name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
-            setenv(name, home.path().toLocal8Bit().constData(), 1);
-        }
-        platform.windowsOverride = nullptr;
-        platform.inputAccessOverride = nullptr;
-        return true;
-    }
-
-    void TearDown() override {
-        if (host_) {
-            host_->terminate();
-        }
-    }
-
-    void launch() {
-        host_ = std::make_unique<MenubarHost>(application, logger, AppIdentity{}, platform,
-                                              settings, false);
-        host_->launch();
+        return why_.empty();
     }
 
     // Doctor's lines about the session and the tray, "+" for ✓ and "-" for ✗.
@@ -105,7 +84,6 @@ protected:
     std::string why_;
     Compositor weston_;
     Compositor* compositor = nullptr;
-    std::unique_ptr<MenubarHost> host_;
 };
 
 TEST_F(WaylandEndToEnd, OnSwayEveryBindingAndActionWorksAsOnX11) {
