@@ -4,6 +4,7 @@
 // to run as root, so under root the scenario runs itself again as an unprivileged user.
 #include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/platform/DesktopSession.hpp"
+#include "Ruvola/platform/linux/wayland/SwayIpc.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
 #include "e2e/HostTest.hpp"
 #include "support/Compositor.hpp"
@@ -101,7 +102,8 @@ TEST_F(WaylandEndToEnd, OnSwayEveryBindingAndActionWorksAsOnX11) {
     EXPECT_TRUE(host_->panel().isVisible() && host_->panel().windowed());
     EXPECT_TRUE(waitUntil(
         [&] {
-            return compositor->swaymsg({"-t", "get_tree"}).contains("\"floating_con\"");
+            const auto views = platform::SwayIpc::fromEnvironment()->views();
+            return views && std::ranges::any_of(*views, &platform::SwayIpc::View::floating);
         },
         patience));
     EXPECT_TRUE(logger.contains("INFO No tray on this desktop; the panel opens as a window"));

@@ -49,7 +49,6 @@ public:
                              {"setpriv", ::geteuid() == 0},
                              {"useradd", ::geteuid() == 0},
                              {"sway", kind == Kind::sway},
-                             {"swaymsg", kind == Kind::sway},
                              {"Xwayland", kind == Kind::sway},
                              {"weston", kind == Kind::weston}});
     }
@@ -155,35 +154,21 @@ public:
         return up ? &process : nullptr;
     }
 
-    /// The environment a client of this compositor needs: its socket by full path, its bus, its
-    /// XWayland display where there is one.
-    QProcessEnvironment environment() const {
-        QProcessEnvironment environment;
-        environment.insert("XDG_RUNTIME_DIR", run_);
-        environment.insert("WAYLAND_DISPLAY", socket_);
-        environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + run_ + "/bus");
-        if (const QString x = xDisplay(); !x.isEmpty()) {
-            environment.insert("DISPLAY", x);
-        }
-        if (const QString sway = swaySocket(); !sway.isEmpty()) {
-            environment.insert("SWAYSOCK", sway);
-        }
-        return environment;
-    }
-
     /// Points this process's own Wayland, bus and sway variables at the compositor, as they
-    /// would be in a program started inside its session. `DISPLAY` is left alone: this process
-    /// may not be allowed on XWayland.
+    /// would be in a program started inside its session. `DISPLAY` is cleared: this process may
+    /// not be allowed on XWayland.
     void enter(const char* desktop) const {
-        const QProcessEnvironment environment = this->environment();
-        for (const char* name :
-             {"XDG_RUNTIME_DIR", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "SWAYSOCK"}) {
-            if (environment.contains(name)) {
-                setenv(name, environment.value(name).toLocal8Bit().constData(), 1);
-            }
+        const auto set = [](const char* name, const QString& value) {
+            setenv(name, value.toLocal8Bit().constData(), 1);
+        };
+        set("XDG_RUNTIME_DIR", run_);
+        set("WAYLAND_DISPLAY", socket_);
+        set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + run_ + "/bus");
+        if (const QString sway = swaySocket(); !sway.isEmpty()) {
+            set("SWAYSOCK", sway);
         }
-        setenv("XDG_SESSION_TYPE", "wayland", 1);
-        setenv("XDG_CURRENT_DESKTOP", desktop, 1);
+        set("XDG_SESSION_TYPE", "wayland");
+        set("XDG_CURRENT_DESKTOP", desktop);
         unsetenv("DISPLAY");
     }
 
@@ -198,14 +183,6 @@ public:
     QString swaySocket() const {
         const QStringList sockets = QDir(run_).entryList({"sway-ipc.*.sock"}, QDir::System);
         return sockets.isEmpty() ? QString() : run_ + "/" + sockets.first();
-    }
-
-    /// Runs swaymsg with `arguments` against this sway and gives its standard output.
-    QByteArray swaymsg(const QStringList& arguments) const {
-        QProcess process;
-        process.start("swaymsg", QStringList{"-s", swaySocket()} + arguments);
-        process.waitForFinished(5000);
-        return process.readAllStandardOutput();
     }
 
     /// The user compositors run as when the tests run as root, made on first use; 0 when it

@@ -72,7 +72,7 @@ TEST_F(WlrWindowsTest, FrontmostFollowsFocusAcrossNativeAndXWaylandWindowsReport
     start("org.example.Native");
     start("XClient", true);
     start(ownAppId);
-    compositor.swaymsg({"[class=XClient] focus"});
+    SwayIpc::fromEnvironment()->run("[class=XClient] focus");
     ASSERT_TRUE(waitUntil([&] { return inFront("XClient"); }));
     const auto front = windows->frontmost();
     EXPECT_EQ(front->name, "XClient");
@@ -81,15 +81,15 @@ TEST_F(WlrWindowsTest, FrontmostFollowsFocusAcrossNativeAndXWaylandWindowsReport
     int reports = 0;
     const auto watcher = windows->makeWatcher();
     ASSERT_TRUE(watcher->start([&] { ++reports; }));
-    compositor.swaymsg({"[app_id=org.example.Native] focus"});
+    SwayIpc::fromEnvironment()->run("[app_id=org.example.Native] focus");
     EXPECT_TRUE(waitUntil([&] { return reports == 1 && inFront("org.example.Native"); }));
     EXPECT_TRUE(windows->activate(app("XClient")));
     EXPECT_TRUE(waitUntil([&] { return reports == 2 && inFront("XClient"); }));
     // Ruvola's own window in front leaves the application before it there.
-    compositor.swaymsg({"[app_id=ruvola] focus"});
+    SwayIpc::fromEnvironment()->run("[app_id=ruvola] focus");
     testing::runEventLoop(400ms);
     EXPECT_TRUE(inFront("XClient"));
-    compositor.swaymsg({"[app_id=org.example.Native] focus"});
+    SwayIpc::fromEnvironment()->run("[app_id=org.example.Native] focus");
     EXPECT_TRUE(waitUntil([&] { return reports == 3 && inFront("org.example.Native"); }));
     testing::runEventLoop(400ms);
     EXPECT_EQ(reports, 3);
