@@ -137,12 +137,7 @@ int main(int argc, char** argv) {
     using ruvola::patience;
     // The scenario's own servers: X with openbox and a tray, a sound server, a session bus, and a
     // system bus it owns logind on.
-    std::string missing = XServer::missing(true, true);
-    for (int index = 1; index < argc; ++index) {
-        if (std::string_view(argv[index]).starts_with("--gtest_list_tests")) {
-            missing = "only listing"; // listing the tests needs no servers
-        }
-    }
+    std::string missing = onlyListing(argc, argv) ? "only listing" : XServer::missing(true, true);
     for (const std::string& lacking : {Buses::missing(), PulseServer::missing()}) {
         missing = missing.empty() ? lacking : missing;
     }

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 namespace ruvola::testing {
 
@@ -36,5 +38,12 @@ protected:
 
     std::unique_ptr<MenubarHost> host_;
 };
+
+/// Whether the run only lists the tests, which needs none of the servers a scenario starts.
+inline bool onlyListing(int argc, char** argv) {
+    return std::any_of(argv + 1, argv + argc, [](std::string_view argument) {
+        return argument.starts_with("--gtest_list_tests");
+    });
+}
 
 } // namespace ruvola::testing

@@ -206,10 +206,7 @@ TEST_F(WaylandEndToEnd, OnWestonOnlyPlainBindingsMatchAndDoctorSaysWhatIsMissing
 } // namespace ruvola
 
 int main(int argc, char** argv) {
-    bool listing = false;
-    for (int index = 1; index < argc; ++index) {
-        listing = listing || std::string_view(argv[index]).starts_with("--gtest_list_tests");
-    }
+    const bool listing = ruvola::testing::onlyListing(argc, argv);
     if (::geteuid() == 0 && !listing) {
         const unsigned user = ruvola::testing::Compositor::unprivilegedUser();
         const std::string id = std::to_string(user);
