@@ -3,8 +3,7 @@
 // sink, and the virtual pad.
 #include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/platform/DesktopSession.hpp"
-#include "Ruvola/tray/MenubarHost.hpp"
-#include "fakes/DriverRig.hpp"
+#include "e2e/HostTest.hpp"
 #include "support/Servers.hpp"
 
 #include <QApplication>
@@ -30,32 +29,15 @@ constexpr auto patience = 60s;
 std::string* unavailable = nullptr;
 
 // The rig with the desktop's own windows, input access, system keys, media players and brightness.
-class EndToEnd : public ::testing::Test, protected testing::DriverRig {
+class EndToEnd : public testing::HostTest {
 protected:
     void SetUp() override {
         if (unavailable != nullptr) {
             GTEST_SKIP() << *unavailable;
         }
-        for (const char* name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
-            setenv(name, home.path().toLocal8Bit().constData(), 1);
-        }
-        platform.windowsOverride = nullptr;
-        platform.inputAccessOverride = nullptr;
         platform.systemKeysOverride = nullptr;
         platform.mediaPlayersOverride = nullptr;
         platform.brightnessOverride = nullptr;
-    }
-
-    void TearDown() override {
-        if (host_) {
-            host_->terminate();
-        }
-    }
-
-    void launch() {
-        host_ = std::make_unique<MenubarHost>(application, logger, AppIdentity{}, platform,
-                                              settings, false);
-        host_->launch();
     }
 
     // The reports a change brings, images without their byte counts.
@@ -76,8 +58,6 @@ protected:
             },
             patience);
     }
-
-    std::unique_ptr<MenubarHost> host_;
 };
 
 TEST_F(EndToEnd, TheIconDocksAndFrontmostApplicationsAndWakeReachThePadAndTheDesktop) {
@@ -157,12 +137,7 @@ int main(int argc, char** argv) {
     using ruvola::patience;
     // The scenario's own servers: X with openbox and a tray, a sound server, a session bus, and a
     // system bus it owns logind on.
-    std::string missing = XServer::missing(true, true);
-    for (int index = 1; index < argc; ++index) {
-        if (std::string_view(argv[index]).starts_with("--gtest_list_tests")) {
-            missing = "only listing"; // listing the tests needs no servers
-        }
-    }
+    std::string missing = onlyListing(argc, argv) ? "only listing" : XServer::missing(true, true);
     for (const std::string& lacking : {Buses::missing(), PulseServer::missing()}) {
         missing = missing.empty() ? lacking : missing;
     }

@@ -4,9 +4,9 @@
 // to run as root, so under root the scenario runs itself again as an unprivileged user.
 #include "Ruvola/cli/RuvolaCLI.hpp"
 #include "Ruvola/platform/DesktopSession.hpp"
-#include "Ruvola/tray/MenubarHost.hpp"
+#include "Ruvola/platform/linux/wayland/SwayIpc.hpp"
 #include "Ruvola/tray/StatusPanel.hpp"
-#include "fakes/DriverRig.hpp"
+#include "e2e/HostTest.hpp"
 #include "support/Compositor.hpp"
 
 #include <QApplication>
@@ -34,44 +34,20 @@ constexpr auto patience = 30s;
 Compositor* sway = nullptr;
 std::string* unavailable = nullptr;
 
-class WaylandEndToEnd : public ::testing::Test, protected testing::DriverRig {
+class WaylandEndToEnd : public testing::HostTest {
 protected:
     // Points the program at sway, or at a weston of its own.
     bool enter(Compositor::Kind kind) {
-        if (kind == Compositor::Kind::sway && sway == nullptr) {
-            why_ = *unavailable;
-            return false;
-        }
         if (kind == Compositor::Kind::weston) {
-            if (const std::string missing = Compositor::missing(kind); !missing.empty()) {
-                why_ = missing;
-                return false;
-            }
-            if (!weston_.start(kind)) {
-                why_ = "weston can't start here: " + weston_.why();
-                return false;
-            }
+            why_ = weston_.open(kind);
+            compositor = &weston_;
+        } else if (sway != nullptr) {
+            compositor = sway;
+            sway->enter("sway");
+        } else {
+            why_ = *unavailable;
         }
-        compositor = kind == Compositor::Kind::sway ? sway : &weston_;
-        compositor->enter(kind == Compositor::Kind::sway ? "sway" : "weston");
-        for (const char* name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
-            setenv(name, home.path().toLocal8Bit().constData(), 1);
-        }
-        platform.windowsOverride = nullptr;
-        platform.inputAccessOverride = nullptr;
-        return true;
-    }
-
-    void TearDown() override {
-        if (host_) {
-            host_->terminate();
-        }
-    }
-
-    void launch() {
-        host_ = std::make_unique<MenubarHost>(application, logger, AppIdentity{}, platform,
-                                              settings, false);
-        host_->launch();
+        return why_.empty();
     }
 
     // Doctor's lines about the session and the tray, "+" for ✓ and "-" for ✗.
@@ -87,10 +63,9 @@ protected:
     }
 
     // Starts a test window and waits until the pad hears it came to the front.
-    QProcess& window(const QString& program, const QStringList& arguments,
-                     const QProcessEnvironment& environment = {}) {
+    QProcess* window(const QString& program, const QStringList& arguments, bool x = false) {
         pad.received.clear();
-        QProcess& started = compositor->client(program, arguments, environment);
+        QProcess* started = compositor->window(program, arguments, x);
         waitUntil([&] { return std::ranges::count(pad.received, "STP") > 0; }, patience);
         return started;
     }
@@ -110,7 +85,6 @@ protected:
     std::string why_;
     Compositor weston_;
     Compositor* compositor = nullptr;
-    std::unique_ptr<MenubarHost> host_;
 };
 
 TEST_F(WaylandEndToEnd, OnSwayEveryBindingAndActionWorksAsOnX11) {
@@ -128,7 +102,8 @@ TEST_F(WaylandEndToEnd, OnSwayEveryBindingAndActionWorksAsOnX11) {
     EXPECT_TRUE(host_->panel().isVisible() && host_->panel().windowed());
     EXPECT_TRUE(waitUntil(
         [&] {
-            return compositor->swaymsg({"-t", "get_tree"}).contains("\"floating_con\"");
+            const auto views = platform::SwayIpc::fromEnvironment()->views();
+            return views && std::ranges::any_of(*views, &platform::SwayIpc::View::floating);
         },
         patience));
     EXPECT_TRUE(logger.contains("INFO No tray on this desktop; the panel opens as a window"));
@@ -138,22 +113,20 @@ TEST_F(WaylandEndToEnd, OnSwayEveryBindingAndActionWorksAsOnX11) {
     host_->panel().hide();
 
     QByteArray writerSaw;
-    QProcess& writer = window(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"},
-                              QProcessEnvironment{});
+    QProcess* writer = window(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"});
+    ASSERT_NE(writer, nullptr);
     EXPECT_EQ(redrawn(), (Strings{"BAT 1", "STP"}));
-    ASSERT_TRUE(received(writer, writerSaw, "window 0"));
     pad.report(0x01, 1);
-    EXPECT_TRUE(received(writer, writerSaw, "key L l\nkey L l\nkey O o\nkey Space  \nkey 🎵 🎵"));
+    EXPECT_TRUE(received(*writer, writerSaw, "key L l\nkey L l\nkey O o\nkey Space  \nkey 🎵 🎵"));
     EXPECT_TRUE(writerSaw.contains("key H h\nkey É é\n")) << writerSaw.toStdString();
 
     // An XWayland application comes to the front and gets its chord.
-    QProcessEnvironment x11;
-    x11.insert("DISPLAY", compositor->xDisplay());
     QByteArray notesSaw;
-    QProcess& notes = window(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"}, x11);
+    QProcess* notes = window(RUVOLA_TEST_WINDOW, {"--class", "Notes", "--instance", "notes"}, true);
+    ASSERT_NE(notes, nullptr);
     EXPECT_EQ(redrawn(), (Strings{"BAT 1", "BAT 2", "STP"}));
     pad.report(0x02, 1);
-    EXPECT_TRUE(received(notes, notesSaw, "key t 5")); // Shift and Control held
+    EXPECT_TRUE(received(*notes, notesSaw, "key t 5")); // Shift and Control held
 
     // open brings the background Writer forward, hides it when in front, and brings it back.
     const auto front = [&](const std::string& name) {
@@ -206,8 +179,9 @@ TEST_F(WaylandEndToEnd, OnWestonOnlyPlainBindingsMatchAndDoctorSaysWhatIsMissing
   {"control": "key 1", "name": "Plain", "shell": "touch \"$HOME/pressed\""},
   {"control": "key 1", "when": ["org.example.Writer"], "name": "Write", "text": "x"}]})");
     ASSERT_TRUE(start());
-    compositor->client(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"});
-    testing::runEventLoop(500ms);
+    ASSERT_NE(compositor->window(RUVOLA_WAYLAND_TEST_WINDOW, {"--app-id", "org.example.Writer"}),
+              nullptr);
+    testing::runEventLoop(200ms);
     EXPECT_TRUE(application.frontmostIdentifiers().empty());
     const Strings lines = doctor();
     ASSERT_EQ(lines.size(), 6U);
@@ -238,10 +212,7 @@ extern "C" const char* __asan_default_options() {
 }
 
 int main(int argc, char** argv) {
-    bool listing = false;
-    for (int index = 1; index < argc; ++index) {
-        listing = listing || std::string_view(argv[index]).starts_with("--gtest_list_tests");
-    }
+    const bool listing = ruvola::testing::onlyListing(argc, argv);
     if (::geteuid() == 0 && !listing) {
         const unsigned user = ruvola::testing::Compositor::unprivilegedUser();
         const std::string id = std::to_string(user);

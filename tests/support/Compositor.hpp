@@ -49,9 +49,22 @@ public:
                              {"setpriv", ::geteuid() == 0},
                              {"useradd", ::geteuid() == 0},
                              {"sway", kind == Kind::sway},
-                             {"swaymsg", kind == Kind::sway},
                              {"Xwayland", kind == Kind::sway},
                              {"weston", kind == Kind::weston}});
+    }
+
+    /// Starts the compositor and points this process at it, as `enter` does; why it can't, or
+    /// empty when it runs.
+    std::string open(Kind kind) {
+        const char* name = kind == Kind::sway ? "sway" : "weston";
+        if (std::string why = missing(kind); !why.empty()) {
+            return why;
+        }
+        if (!start(kind)) {
+            return std::string(name) + " can't start here: " + why_;
+        }
+        enter(name);
+        return {};
     }
 
     /// Starts the bus and the compositor (sway with XWayland); false, with `why()` saying so, when
@@ -73,25 +86,22 @@ public:
                               "/bus</listen><auth>EXTERNAL</auth><policy context=\"default\">"
                               "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow "
                               "eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
-        QProcess& bus = spawn("dbus-daemon", {"--config-file=" + run_ + "/bus.conf", "--nofork"});
+        spawn("dbus-daemon", {"--config-file=" + run_ + "/bus.conf", "--nofork"});
         if (!pollUntil([&] { return QFile::exists(run_ + "/bus"); }, 10s)) {
             return fail("the session bus did not start");
         }
-        (void)bus;
         if (kind == Kind::sway) {
             write("sway.conf", "output HEADLESS-1 resolution 1280x800\nxwayland enable\n"
                                "exec echo $DISPLAY > " +
                                    run_ + "/x-display\n");
-            compositor_ = &spawn("sway", {"-c", run_ + "/sway.conf"},
-                                 {{"WLR_BACKENDS", "headless"},
-                                  {"WLR_LIBINPUT_NO_DEVICES", "1"},
-                                  {"WLR_RENDERER", "pixman"}});
-            socket_ = run_ + "/wayland-1";
+            compositor_ = &spawn(
+                "sway", {"-c", run_ + "/sway.conf"},
+                {"WLR_BACKENDS=headless", "WLR_LIBINPUT_NO_DEVICES=1", "WLR_RENDERER=pixman"});
         } else {
             compositor_ = &spawn("weston", {"--backend=headless-backend.so", "--socket=wayland-1",
                                             "--log=" + run_ + "/weston.log"});
-            socket_ = run_ + "/wayland-1";
         }
+        socket_ = run_ + "/wayland-1";
         const bool up = pollUntil(
             [&] {
                 return compositor_->state() == QProcess::NotRunning ||
@@ -116,42 +126,49 @@ public:
     /// client environment. The process lives until `stop()`.
     QProcess& client(const QString& program, const QStringList& arguments,
                      const QProcessEnvironment& extra = {}) {
-        QList<std::pair<QString, QString>> variables;
-        for (const QString& name : extra.keys()) {
-            variables.append({name, extra.value(name)});
-        }
-        return spawn(program, arguments, variables);
+        return spawn(program, arguments, extra.toStringList());
     }
 
-    /// The environment a client of this compositor needs: its socket by full path, its bus, its
-    /// XWayland display where there is one.
-    QProcessEnvironment environment() const {
+    /// Starts a test window `program`, natively or (`x`) on XWayland, and waits until it has shown
+    /// `windows` windows, each announced by a "window N" line; null when they did not show.
+    QProcess* window(const QString& program, const QStringList& arguments, bool x = false,
+                     int windows = 1) {
+        using namespace std::chrono_literals;
         QProcessEnvironment environment;
-        environment.insert("XDG_RUNTIME_DIR", run_);
-        environment.insert("WAYLAND_DISPLAY", socket_);
-        environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + run_ + "/bus");
-        if (const QString x = xDisplay(); !x.isEmpty()) {
-            environment.insert("DISPLAY", x);
+        if (x) {
+            waitUntil([&] { return !xDisplay().isEmpty(); });
+            environment.insert("DISPLAY", xDisplay());
+        } else {
+            environment.insert("QT_QPA_PLATFORM", "wayland");
         }
-        if (const QString sway = swaySocket(); !sway.isEmpty()) {
-            environment.insert("SWAYSOCK", sway);
-        }
-        return environment;
+        QProcess& process = client(program, arguments, environment);
+        int shown = 0;
+        const bool up = waitUntil(
+            [&] {
+                while (process.canReadLine()) {
+                    shown += process.readLine().startsWith("window ") ? 1 : 0;
+                }
+                return shown >= windows;
+            },
+            30s);
+        return up ? &process : nullptr;
     }
 
     /// Points this process's own Wayland, bus and sway variables at the compositor, as they
-    /// would be in a program started inside its session. `DISPLAY` is left alone: this process
-    /// may not be allowed on XWayland.
+    /// would be in a program started inside its session. `DISPLAY` is cleared: this process may
+    /// not be allowed on XWayland.
     void enter(const char* desktop) const {
-        const QProcessEnvironment environment = this->environment();
-        for (const char* name :
-             {"XDG_RUNTIME_DIR", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "SWAYSOCK"}) {
-            if (environment.contains(name)) {
-                setenv(name, environment.value(name).toLocal8Bit().constData(), 1);
-            }
+        const auto set = [](const char* name, const QString& value) {
+            setenv(name, value.toLocal8Bit().constData(), 1);
+        };
+        set("XDG_RUNTIME_DIR", run_);
+        set("WAYLAND_DISPLAY", socket_);
+        set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + run_ + "/bus");
+        if (const QString sway = swaySocket(); !sway.isEmpty()) {
+            set("SWAYSOCK", sway);
         }
-        setenv("XDG_SESSION_TYPE", "wayland", 1);
-        setenv("XDG_CURRENT_DESKTOP", desktop, 1);
+        set("XDG_SESSION_TYPE", "wayland");
+        set("XDG_CURRENT_DESKTOP", desktop);
         unsetenv("DISPLAY");
     }
 
@@ -167,16 +184,6 @@ public:
         const QStringList sockets = QDir(run_).entryList({"sway-ipc.*.sock"}, QDir::System);
         return sockets.isEmpty() ? QString() : run_ + "/" + sockets.first();
     }
-
-    /// Runs swaymsg with `arguments` against this sway and gives its standard output.
-    QByteArray swaymsg(const QStringList& arguments) const {
-        QProcess process;
-        process.start("swaymsg", QStringList{"-s", swaySocket()} + arguments);
-        process.waitForFinished(5000);
-        return process.readAllStandardOutput();
-    }
-
-    const QString& runtimeFolder() const { return run_; }
 
     /// The user compositors run as when the tests run as root, made on first use; 0 when it
     /// can't be.
@@ -217,7 +224,7 @@ private:
     }
 
     QProcess& spawn(const QString& program, const QStringList& arguments,
-                    const QList<std::pair<QString, QString>>& extra = {}) {
+                    const QStringList& extra = {}) {
         // A clean environment: root's HOME and buses must not leak into the user's processes.
         QStringList command{"HOME=" + run_,
                             "USER=" + QString(user),
@@ -228,10 +235,7 @@ private:
         if (!socket_.isEmpty()) {
             command << "WAYLAND_DISPLAY=" + socket_;
         }
-        for (const auto& [name, value] : extra) {
-            command << name + "=" + value;
-        }
-        command << program << arguments;
+        command << extra << program << arguments;
         auto process = std::make_unique<QProcess>();
         process->setProcessChannelMode(QProcess::SeparateChannels);
         if (::geteuid() == 0) {

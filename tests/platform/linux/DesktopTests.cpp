@@ -37,11 +37,6 @@ std::multiset<std::string> started() {
     return lines;
 }
 
-std::string reasonOf(const ActionCompletion& completion) {
-    const ActionFailure* failure = completion.failure();
-    return failure != nullptr ? failure->description() : "succeeded";
-}
-
 TEST(Launcher, StartsByDesktopEntryElseFromPathAndReopensByEntry) {
     const auto platform = platform::makePlatform();
     platform::Launcher& launcher = platform->launcher();
@@ -65,7 +60,7 @@ TEST(Launcher, StartsByDesktopEntryElseFromPathAndReopensByEntry) {
          "could not launch: no application called \"nothing-here\""},
     };
     for (const auto& [completion, reason] : cases) {
-        EXPECT_EQ(reasonOf(completion), reason);
+        EXPECT_EQ(completion.failure() ? completion.failure()->description() : "succeeded", reason);
     }
     ASSERT_TRUE(testing::waitUntil([] { return started().size() == 4; }, 10s));
     // The program on PATH is detached from this process, not its child.

@@ -24,14 +24,9 @@ constexpr const char* ownAppId = "ruvola";
 class WlrWindowsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (const std::string missing = Compositor::missing(Compositor::Kind::sway);
-            !missing.empty()) {
-            GTEST_SKIP() << missing;
+        if (const std::string why = compositor.open(Compositor::Kind::sway); !why.empty()) {
+            GTEST_SKIP() << why;
         }
-        if (!compositor.start(Compositor::Kind::sway)) {
-            GTEST_SKIP() << "sway can't start here: " << compositor.why();
-        }
-        compositor.enter("sway");
         connection = WaylandConnection::open();
         ASSERT_NE(connection, nullptr);
         windows = WlrWindows::make(connection, entries, ownAppId);
@@ -39,29 +34,17 @@ protected:
         connection->serve();
     }
 
-    /// Starts a native Wayland application with `count` windows and waits until all are shown.
-    void startNative(const QString& appId, int count = 1, QStringList extra = {}) {
-        QProcessEnvironment environment;
-        environment.insert("QT_QPA_PLATFORM", "wayland");
-        QProcess& process = compositor.client(
-            RUVOLA_WAYLAND_TEST_WINDOW,
-            QStringList{"--app-id", appId, "--windows", QString::number(count)} + extra,
-            environment);
-        const QByteArray last = "window " + QByteArray::number(count - 1);
-        QByteArray output;
-        ASSERT_TRUE(waitUntil(
-            [&] { return (output += process.readAllStandardOutput()).contains(last); }, 30s))
-            << appId.toStdString() << " did not show its windows";
-        ASSERT_TRUE(waitUntil([&] { return listed(appId.toStdString()); }));
-    }
-
-    /// Starts an XWayland application whose WM_CLASS class is `windowClass`.
-    void startXWayland(const QString& windowClass) {
-        QProcessEnvironment environment;
-        environment.insert("DISPLAY", compositor.xDisplay());
-        compositor.client(RUVOLA_TEST_WINDOW, {"--class", windowClass, "--instance", "x"},
-                          environment);
-        ASSERT_TRUE(waitUntil([&] { return listed(windowClass.toStdString()); }, 20s));
+    /// Starts an application with `count` windows, native or (`x`) on XWayland with `id` as its
+    /// WM_CLASS class, and waits until the list holds it.
+    void start(const QString& id, bool x = false, int count = 1, const QStringList& extra = {}) {
+        const QStringList arguments =
+            x ? QStringList{"--class", id, "--instance", "x"}
+              : QStringList{"--app-id", id, "--windows", QString::number(count)} + extra;
+        ASSERT_NE(compositor.window(x ? RUVOLA_TEST_WINDOW : RUVOLA_WAYLAND_TEST_WINDOW, arguments,
+                                    x, count),
+                  nullptr)
+            << id.toStdString() << " did not show its windows";
+        ASSERT_TRUE(waitUntil([&] { return listed(id.toStdString()); }));
     }
 
     bool listed(const std::string& key) {
@@ -86,10 +69,10 @@ protected:
 };
 
 TEST_F(WlrWindowsTest, FrontmostFollowsFocusAcrossNativeAndXWaylandWindowsReportedOnce) {
-    startNative("org.example.Native");
-    startXWayland("XClient");
-    startNative(ownAppId);
-    compositor.swaymsg({"[class=XClient] focus"});
+    start("org.example.Native");
+    start("XClient", true);
+    start(ownAppId);
+    SwayIpc::fromEnvironment()->run("[class=XClient] focus");
     ASSERT_TRUE(waitUntil([&] { return inFront("XClient"); }));
     const auto front = windows->frontmost();
     EXPECT_EQ(front->name, "XClient");
@@ -98,15 +81,15 @@ TEST_F(WlrWindowsTest, FrontmostFollowsFocusAcrossNativeAndXWaylandWindowsReport
     int reports = 0;
     const auto watcher = windows->makeWatcher();
     ASSERT_TRUE(watcher->start([&] { ++reports; }));
-    compositor.swaymsg({"[app_id=org.example.Native] focus"});
+    SwayIpc::fromEnvironment()->run("[app_id=org.example.Native] focus");
     EXPECT_TRUE(waitUntil([&] { return reports == 1 && inFront("org.example.Native"); }));
     EXPECT_TRUE(windows->activate(app("XClient")));
     EXPECT_TRUE(waitUntil([&] { return reports == 2 && inFront("XClient"); }));
     // Ruvola's own window in front leaves the application before it there.
-    compositor.swaymsg({"[app_id=ruvola] focus"});
+    SwayIpc::fromEnvironment()->run("[app_id=ruvola] focus");
     testing::runEventLoop(400ms);
     EXPECT_TRUE(inFront("XClient"));
-    compositor.swaymsg({"[app_id=org.example.Native] focus"});
+    SwayIpc::fromEnvironment()->run("[app_id=org.example.Native] focus");
     EXPECT_TRUE(waitUntil([&] { return reports == 3 && inFront("org.example.Native"); }));
     testing::runEventLoop(400ms);
     EXPECT_EQ(reports, 3);
@@ -115,8 +98,8 @@ TEST_F(WlrWindowsTest, FrontmostFollowsFocusAcrossNativeAndXWaylandWindowsReport
 TEST_F(WlrWindowsTest, HideTakesAnAppOutOfSightAndActivateBringsItBack) {
     // An app id that would break a sway command if it were ever written into one.
     const std::string odd = "odd \"app\"; [x] é";
-    startNative("org.example.Background");
-    startNative(QString::fromStdString(odd));
+    start("org.example.Background");
+    start(QString::fromStdString(odd));
     ASSERT_TRUE(waitUntil([&] { return inFront(odd); }));
     EXPECT_TRUE(windows->hasVisibleWindow(app(odd)));
 
@@ -144,8 +127,9 @@ TEST_F(WlrWindowsTest, HideTakesAnAppOutOfSightAndActivateBringsItBack) {
     EXPECT_FALSE(windows->hasVisibleWindow(app("org.example.Absent")));
 }
 
-TEST_F(WlrWindowsTest, TitleChangesAreNoFrontmostChange) {
-    startNative("org.example.Retitled", 1, {"--retitle-ms", "50"});
+TEST_F(WlrWindowsTest,
+       TitleChangesAreNoFrontmostChangeAndNothingIsAnsweredOnceTheCompositorIsGone) {
+    start("org.example.Retitled", false, 1, {"--retitle-ms", "50"});
     ASSERT_TRUE(waitUntil([&] { return inFront("org.example.Retitled"); }));
     int reports = 0;
     const auto watcher = windows->makeWatcher();
@@ -153,10 +137,20 @@ TEST_F(WlrWindowsTest, TitleChangesAreNoFrontmostChange) {
     testing::runEventLoop(1s);
     EXPECT_EQ(reports, 0);
     EXPECT_TRUE(inFront("org.example.Retitled"));
+
+    compositor.stopCompositor();
+    EXPECT_TRUE(waitUntil([&] { return connection->lost(); }));
+    EXPECT_EQ(windows->frontmost(), std::nullopt);
+    EXPECT_TRUE(windows->running().empty());
+    const auto gone = app("org.example.Retitled");
+    EXPECT_FALSE(windows->hide(gone));
+    EXPECT_FALSE(windows->activate(gone));
+    EXPECT_FALSE(windows->hasVisibleWindow(gone));
+    EXPECT_FALSE(windows->makeWatcher()->start([] {}));
 }
 
 TEST_F(WlrWindowsTest, ListsAnApplicationWithManyWindowsOnce) {
-    startNative("org.example.First");
+    start("org.example.First");
     // Asked from another thread all along, while the windows come.
     std::atomic<bool> asking = true;
     std::thread asker([&] {
@@ -167,7 +161,7 @@ TEST_F(WlrWindowsTest, ListsAnApplicationWithManyWindowsOnce) {
     });
     // A thousand windows, from five processes: one alone overfills its own connection.
     for (int process = 0; process < 5; ++process) {
-        startNative("org.example.Many", 200);
+        start("org.example.Many", false, 200);
     }
     asking = false;
     asker.join();
@@ -185,35 +179,6 @@ TEST_F(WlrWindowsTest, ListsAnApplicationWithManyWindowsOnce) {
     int count = 0;
     toplevels->forEachOf("org.example.Many", [&](auto*, const auto&) { ++count; });
     EXPECT_EQ(count, 1000);
-}
-
-TEST_F(WlrWindowsTest, AnswersNothingOnceTheCompositorIsGone) {
-    startNative("org.example.Native");
-    const auto watcher = windows->makeWatcher();
-    ASSERT_TRUE(watcher->start([] {}));
-    compositor.stopCompositor();
-    EXPECT_TRUE(waitUntil([&] { return connection->lost(); }));
-    EXPECT_EQ(windows->frontmost(), std::nullopt);
-    EXPECT_TRUE(windows->running().empty());
-    const auto native = app("org.example.Native");
-    EXPECT_FALSE(windows->hide(native));
-    EXPECT_FALSE(windows->activate(native));
-    EXPECT_FALSE(windows->hasVisibleWindow(native));
-    EXPECT_FALSE(windows->makeWatcher()->start([] {}));
-}
-
-TEST(WlrWindows, IsNullOnACompositorWithoutTheWindowList) {
-    Compositor compositor;
-    if (const std::string missing = Compositor::missing(Compositor::Kind::weston);
-        !missing.empty()) {
-        GTEST_SKIP() << missing;
-    }
-    if (!compositor.start(Compositor::Kind::weston)) {
-        GTEST_SKIP() << "weston can't start here: " << compositor.why();
-    }
-    compositor.enter("weston");
-    DesktopEntries entries;
-    EXPECT_EQ(WlrWindows::make(WaylandConnection::open(), entries, ownAppId), nullptr);
 }
 
 } // namespace
