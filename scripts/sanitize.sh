@@ -13,11 +13,12 @@ BUILD_TYPE=Debug "$root/scripts/build.sh" "$builds/asan" -DRUVOLA_WARNINGS_AS_ER
   -DRUVOLA_SANITIZE=address,undefined
 (cd "$builds/asan" && ctest --output-on-failure --parallel "$jobs" --timeout 600)
 
-threaded=(app_logging_tests platform_system_tests app_action_runner_tests app_network_actions_tests)
+threaded=(app_logging_tests platform_system_tests app_action_runner_tests app_network_actions_tests
+  platform_wayland_tests)
 cmake -S "$root" -B "$builds/tsan" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DRUVOLA_WARNINGS_AS_ERRORS=ON -DRUVOLA_SANITIZE=thread >/dev/null
 cmake --build "$builds/tsan" --target "${threaded[@]}"
 # Test processes fork helpers (servers, shells), which ThreadSanitizer allows only when told to.
 export TSAN_OPTIONS="suppressions=$root/tests/tsan.supp die_after_fork=0 halt_on_error=1"
 (cd "$builds/tsan" && ctest --output-on-failure --timeout 600 \
-  -R '^(FileLoggerTest|Processes|ActionRunnerTest|HouseActions|DesktopTest|VolumeControlTest|NetworkActions)\.')
+  -R '^(FileLoggerTest|Processes|ActionRunnerTest|HouseActions|DesktopTest|VolumeControlTest|NetworkActions|WlrWindowsTest|VirtualKeyboard)\.')
