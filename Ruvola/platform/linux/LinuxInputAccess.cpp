@@ -9,12 +9,14 @@ bool LinuxInputAccess::isTrusted() {
 }
 
 std::string LinuxInputAccess::remedy() const {
-    return "run Ruvola in an X11 session, or install its udev rule for /dev/uinput "
-           "(70-ruvola-uinput.rules, put in place by cmake --install) and restart the computer";
+    return std::string(wayland_ ? "install" : "run Ruvola in an X11 session, or install") +
+           " its udev rule for /dev/uinput (70-ruvola-uinput.rules, put in place by cmake "
+           "--install) and restart the computer";
 }
 
 std::string LinuxInputAccess::refusal() const {
-    return "needs input access: an X11 session, or Ruvola's udev rule for /dev/uinput";
+    return std::string("needs input access: ") + (wayland_ ? "" : "an X11 session, or ") +
+           "Ruvola's udev rule for /dev/uinput";
 }
 
 } // namespace ruvola::platform

@@ -87,7 +87,7 @@ private:
     LinuxInstallation installation_;
     SpawnProcesses processes_;
     GioLauncher launcher_{entries_, processes_, installation_};
-    LinuxInputAccess inputAccess_{session_.inputAvailable};
+    LinuxInputAccess inputAccess_{session_.inputAvailable, session_.wayland};
     XdgLaunchAtLogin launchAtLogin_{installation_};
     UdevHidDiscovery hidDiscovery_;
     PulseSystemVolume systemVolume_;

@@ -232,6 +232,7 @@ SessionBackends SessionBackends::make(const Session& session, DesktopEntries& en
         break;
     case Session::Kind::wayland:
         backends = waylandBackends(session, entries, ownAppId);
+        backends.wayland = true;
         break;
     case Session::Kind::none:
         backends = noBackends();

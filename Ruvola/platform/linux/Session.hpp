@@ -46,6 +46,8 @@ struct SessionBackends {
     std::unique_ptr<SyntheticInput> input;
     /// Whether `input` can send anything right now.
     std::function<bool()> inputAvailable;
+    /// A Wayland session, where no X11 way of sending input counts.
+    bool wayland = false;
     /// What the session is and what these backends can do there.
     std::unique_ptr<DesktopSession> description;
 
