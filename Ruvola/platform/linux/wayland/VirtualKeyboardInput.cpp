@@ -35,8 +35,11 @@ constexpr auto keyboardSettle = 200ms;
 // X clients on XWayland read a changed keymap when they next look a key up, so keys sent just
 // before a change would be read with the new one.
 constexpr auto keymapSettle = 150ms;
-// Characters sent between waits for the compositor, so its socket never fills.
-constexpr std::size_t pacedCharacters = 128;
+// Characters sent between waits for the compositor, then a pause for the client to read them:
+// a compositor drops a client whose socket it fills (4 KiB, about 170 key events), so a busy
+// client must never be sent much at once.
+constexpr std::size_t pacedCharacters = 16;
+constexpr auto pacePause = 1200us;
 // How long the compositor may take to handle what was sent before it counts as gone.
 constexpr auto answerBound = 3s;
 
@@ -188,8 +191,11 @@ bool VirtualKeyboardInput::type(const std::string& utf8) {
             const std::uint32_t code = *keymap_->evdev(keysym);
             key(code, true);
             key(code, false);
-            if (++sent % pacedCharacters == 0 && !settle()) {
-                return false;
+            if (++sent % pacedCharacters == 0) {
+                if (!settle()) {
+                    return false;
+                }
+                std::this_thread::sleep_for(pacePause);
             }
         }
     }
