@@ -43,27 +43,6 @@ public:
     bool type(const std::string&) override { return false; }
 };
 
-// One window backend that also serves the frontmost watchers it makes.
-class SharedWindows final : public Windows {
-public:
-    explicit SharedWindows(std::shared_ptr<Windows> windows) : windows_(std::move(windows)) {}
-
-    std::optional<RunningApplication> frontmost() override { return windows_->frontmost(); }
-    std::vector<RunningApplication> running() override { return windows_->running(); }
-    bool hide(const RunningApplication& application) override {
-        return windows_->hide(application);
-    }
-    bool activate(const RunningApplication& application) override {
-        return windows_->activate(application);
-    }
-    bool hasVisibleWindow(const RunningApplication& application) override {
-        return windows_->hasVisibleWindow(application);
-    }
-
-private:
-    std::shared_ptr<Windows> windows_;
-};
-
 std::optional<std::string> variable(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && *value != '\0' ? std::optional<std::string>(value) : std::nullopt;
@@ -174,7 +153,7 @@ SessionBackends waylandBackends(const Session& session, DesktopEntries& entries,
     if (windows) {
         offered.emplace_back("window list");
         backends.frontmostWatchers = [windows] { return windows->makeWatcher(); };
-        backends.windows = std::make_unique<SharedWindows>(windows);
+        backends.windows = windows;
     }
     std::unique_ptr<VirtualKeyboardInput> keyboard = VirtualKeyboardInput::make(connection);
     const bool virtualKeyboard = keyboard != nullptr;
@@ -203,7 +182,7 @@ SessionBackends waylandBackends(const Session& session, DesktopEntries& entries,
             const std::string uinputRule = "install Ruvola's udev rule for /dev/uinput "
                                            "(70-ruvola-uinput.rules, put in place by cmake "
                                            "--install) and restart the computer";
-            const bool uinput = ::access("/dev/uinput", W_OK) == 0;
+            const bool uinput = UinputSyntheticInput::available();
             return std::vector<Ability>{
                 {"frontmost application", windowList, "window list", noList},
                 {"window control", windowList,

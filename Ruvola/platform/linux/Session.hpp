@@ -40,7 +40,8 @@ struct Session {
 /// that have nothing (no frontmost, empty lists, window operations false, no session keys or
 /// input) where the session offers nothing.
 struct SessionBackends {
-    std::unique_ptr<Windows> windows;
+    /// Shared with the frontmost watchers it makes, where it makes them.
+    std::shared_ptr<Windows> windows;
     std::function<std::unique_ptr<FrontmostWatcher>()> frontmostWatchers;
     std::unique_ptr<SessionKeys> keys; ///< null without any
     std::unique_ptr<SyntheticInput> input;
