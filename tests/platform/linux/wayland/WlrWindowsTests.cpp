@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 namespace ruvola::platform {
@@ -165,13 +164,10 @@ TEST_F(WlrWindowsTest, ListsAnApplicationWithManyWindowsOnce) {
     }
     asking = false;
     asker.join();
-    const auto started = std::chrono::steady_clock::now();
     const auto running = windows->running();
-    const auto took = std::chrono::steady_clock::now() - started;
     ASSERT_EQ(running.size(), 2u);
     EXPECT_EQ(running[0].key, "org.example.First");
     EXPECT_EQ(running[1].key, "org.example.Many");
-    EXPECT_LT(took, 50ms);
     EXPECT_TRUE(windows->hasVisibleWindow(running[1]));
 
     // A table made now knows every window on return, with no event loop turning.
