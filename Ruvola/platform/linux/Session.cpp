@@ -17,7 +17,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
-#include <unistd.h>
 
 namespace ruvola::platform {
 
