@@ -5,7 +5,8 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusInterface>
+#include <QDBusMessage>
+#include <QDBusVariant>
 #include <QVariant>
 
 #include <cstdlib>
@@ -24,8 +25,13 @@ bool statusNotifierHost() {
     if (!bus.isConnected() || !bus.interface()->isServiceRegistered(watcherService)) {
         return false;
     }
-    QDBusInterface watcher(watcherService, "/StatusNotifierWatcher", watcherService, bus);
-    return watcher.property("IsStatusNotifierHostRegistered").toBool();
+    // One property read: asked every few seconds while there is no tray, so no introspection.
+    const QDBusMessage reply =
+        bus.call(QDBusMessage::createMethodCall(watcherService, "/StatusNotifierWatcher",
+                                                "org.freedesktop.DBus.Properties", "Get")
+                 << QString(watcherService) << QString("IsStatusNotifierHostRegistered"));
+    return reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty() &&
+           reply.arguments().first().value<QDBusVariant>().variant().toBool();
 }
 
 // The XEmbed tray of an X11 panel: the owner of the screen's system tray selection.
